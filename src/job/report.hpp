@@ -1,0 +1,24 @@
+// Text output of the job: the report print and the fault messages of the fatal paths.
+#pragma once
+
+#include <cstdio>
+
+namespace tesmora {
+
+// The one text-output entry: formatted print to a report stream (output, check, a post file).
+// A null stream is ignored, so callers need not test whether an optional file is open.
+[[gnu::format(printf, 2, 3)]] void write_report(std::FILE *stream, const char *format, ...);
+
+// Writes a message to the check file only (when it is open) and flushes it.
+[[gnu::format(printf, 1, 2)]] void write_check(const char *format, ...);
+
+// Writes a message to the job's stderr file and to the check file, each only when it is open.
+// This is how every detected fault is told before the job stops.
+[[gnu::format(printf, 1, 2)]] void write_fault(const char *format, ...);
+
+// The single exit on failure. A non-zero status is reported as "exception error occured!!" to
+// the stderr and check files; the input, check and alloc_out files are closed; then the process
+// exits with the status (-1 after a signal, which the shell sees as 255). Frees nothing.
+[[noreturn]] void stop_job(int status);
+
+} // namespace tesmora

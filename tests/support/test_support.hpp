@@ -1,0 +1,73 @@
+// Helpers shared by the tests: comparisons, temporary folders, child processes, job files.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tesmora::testing {
+
+// Passes when |a-b| <= max(abs, rel*max(|a|,|b|)); NaN never passes.
+void expect_close(double actual, double expected, double rel, double abs);
+
+// A fresh folder under the system's temporary directory, removed with its contents at the end.
+class TempDir {
+public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir &) = delete;
+  TempDir &operator=(const TempDir &) = delete;
+  const std::string &path() const { return path_; }
+  std::string file(const std::string &name) const { return path_ + "/" + name; }
+
+private:
+  std::string path_;
+};
+
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &text);
+bool file_exists(const std::string &path);
+std::vector<std::string> split_lines(const std::string &text);
+
+// Exit status of a child process that runs `body` and then exits 0; -2 when it died by a signal.
+int run_in_child(const std::function<void()> &body);
+
+// What a job-like child process left: its exit status and its check and stderr files.
+struct CHILD_JOB {
+  int exit_status = -1; // 0..255, or -2 when killed by a signal
+  std::string check;
+  std::string error;
+};
+
+// Runs `body` in a child process whose job files (check, stderr, all run file records) live in
+// a fresh folder, as a job's would; returns how it ended and what it wrote. Faults in `body`
+// end through stop_job as in a real job.
+CHILD_JOB run_job_in_child(const std::function<void()> &body);
+
+// Result of one TesmoraBatch run.
+struct BATCH_RUN {
+  int exit_status = -1; // 0..255, or -2 when killed by a signal
+  std::string stdout_text;
+};
+
+// Runs TesmoraBatch with `arguments` in `folder`, capturing its standard output.
+BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &arguments);
+
+// Sets up the job's files in a temporary folder for a test: the work directory points there,
+// the run file records exist, check and the stderr file are open. Restores all at the end.
+class ScopedJobFiles {
+public:
+  ScopedJobFiles();
+  ~ScopedJobFiles();
+  ScopedJobFiles(const ScopedJobFiles &) = delete;
+  ScopedJobFiles &operator=(const ScopedJobFiles &) = delete;
+  std::string check_text() const;  // what check holds so far
+  std::string stderr_text() const; // what the stderr file holds so far
+  const TempDir &dir() const { return dir_; }
+
+private:
+  TempDir dir_;
+  std::string saved_work_directory_;
+};
+
+} // namespace tesmora::testing
