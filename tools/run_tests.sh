@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs the whole test suite: once in the optimised build, once under
+# AddressSanitizer and UndefinedBehaviorSanitizer. Checks the formatting and that no source
+# file prints to standard output behind the report functions' back.
+set -euo pipefail
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+"$root/tools/setup.sh"
+jobs="$(nproc)"
+
+if grep -rn --include='*.cpp' --include='*.hpp' -E 'std::cout|std::cerr' "$root/src"; then
+  echo "Text output goes through write_report and the fault functions, not iostreams." >&2
+  exit 1
+fi
+if command -v clang-format >/dev/null; then
+  find "$root/src" "$root/tests" "$root/bench" "$root/tools" -name '*.cpp' -o -name '*.hpp' |
+    xargs -r clang-format --dry-run -Werror
+fi
+
+"$root/tools/build.sh" "$root/build" -DTESMORA_WERROR=ON
+(cd "$root/build" && ctest -j "$jobs" --output-on-failure)
+
+"$root/tools/build.sh" "$root/build-sanitize" -DTESMORA_WERROR=ON -DTESMORA_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
+(cd "$root/build-sanitize" && ctest -j "$jobs" --output-on-failure)
