@@ -9,14 +9,9 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 job="$root/scratch/example"
 rm -rf "$job"
 mkdir -p "$job"
-if [ -f "$root/examples/default/input" ]; then
-  cp -r "$root/examples/default/." "$job/"
-  echo "Running the default example job (examples/default) in $job"
-else
-  # No complete example job exists yet: run the job spine on a minimal input file.
-  : >"$job/input"
-  echo "No example job yet: running TesmoraBatch on a minimal (empty) input in $job"
-fi
+cp -r "$root/examples/static/." "$job/"
+echo "Running the default example job (examples/static) in $job"
+echo "(It reads the control section and stops at the boundary section, whose reader comes next.)"
 status=0
 (cd "$job" && "$root/build/src/TesmoraBatch") || status=$?
 echo "TesmoraBatch ended with exit status $status."

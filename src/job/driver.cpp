@@ -110,10 +110,10 @@ void finish_job() {
   free_run_files();
 }
 
-int run_job(int argc, const char *const *argv) {
+bool start_job(int argc, const char *const *argv) {
   if (scan_options(argc, argv, writable_job_options()) == OPTION_SCAN_RESULT::print_release) {
     print_release();
-    return 0;
+    return false;
   }
   install_signal_handlers();
   const std::string error_path = job_options().work_directory + "stderr";
@@ -123,8 +123,10 @@ int run_job(int argc, const char *const *argv) {
   double stime = 0.0;
   get_cpu_times(&utime, &stime); // the first stage's time starts here
   open_run_files();
-  read_control_data();
+  return true;
+}
 
+void run_stages_and_finish() {
   pre_processing();
   close_stage(cpu_input_pre, "*******  Pre_processing is completed ********\n");
   make_system_matrices();
@@ -133,8 +135,13 @@ int run_job(int argc, const char *const *argv) {
   close_stage(cpu_solving, "*******  Solve_equation is completed ********\n");
   post_processing();
   close_stage(cpu_post, "*******  Post_processing is completed ********\n");
-
   finish_job();
+}
+
+int run_job(int argc, const char *const *argv) {
+  if (!start_job(argc, argv)) return 0;
+  read_control_data();
+  run_stages_and_finish();
   return 0;
 }
 

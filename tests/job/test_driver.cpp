@@ -82,7 +82,7 @@ TEST(BatchRun, PlainRunWritesTheReportFrameAndItsFiles) {
   TempDir folder;
   write_file(folder.file("input"), "");
   const LOG_COUNTS before = count_log_lines();
-  const BATCH_RUN run = run_batch(folder.path(), {});
+  const BATCH_RUN run = run_spine_batch(folder.path(), {});
   ASSERT_EQ(run.exit_status, 0);
   EXPECT_EQ(run.stdout_text, "");
   EXPECT_EQ(files_in(folder.path()),
@@ -155,7 +155,7 @@ TEST(BatchRun, PlainRunWritesTheReportFrameAndItsFiles) {
 TEST(BatchRun, CpuTableTotalIsTheSumOfItsRows) {
   TempDir folder;
   write_file(folder.file("input"), "");
-  ASSERT_EQ(run_batch(folder.path(), {}).exit_status, 0);
+  ASSERT_EQ(run_spine_batch(folder.path(), {}).exit_status, 0);
   double total = 0.0;
   double sum = 0.0;
   for (const std::string &line : split_lines(read_file(folder.file("output")))) {
@@ -173,7 +173,7 @@ TEST(BatchRun, CpuTableTotalIsTheSumOfItsRows) {
 TEST(BatchOptions, PrefixAndInputNameOptions) {
   TempDir folder;
   write_file(folder.file("abcinput"), "");
-  EXPECT_EQ(run_batch(folder.path(), {"-d", "abc"}).exit_status, 0);
+  EXPECT_EQ(run_spine_batch(folder.path(), {"-d", "abc"}).exit_status, 0);
   for (const char *name : {"abcoutput", "abcoutput.json", "abccheck", "abcstderr"})
     EXPECT_TRUE(file_exists(folder.file(name))) << name;
   EXPECT_FALSE(file_exists(folder.file("output")));
@@ -181,8 +181,9 @@ TEST(BatchOptions, PrefixAndInputNameOptions) {
   std::filesystem::create_directory(folder.file("run"));
   write_file(folder.file("run/deck.inp"), "");
   // Options count by their first two characters; the name is taken with the prefix.
-  EXPECT_EQ(
-      run_batch(folder.path(), {"-directory", "run/", "-file", "deck.inp", "-m", "-b", "-z"}).exit_status, 0);
+  EXPECT_EQ(run_spine_batch(folder.path(), {"-directory", "run/", "-file", "deck.inp", "-m", "-b", "-z"})
+                .exit_status,
+            0);
   EXPECT_TRUE(file_exists(folder.file("run/output")));
   EXPECT_TRUE(file_exists(folder.file("run/check")));
   EXPECT_FALSE(file_exists(folder.file("run/input")));
@@ -207,10 +208,10 @@ TEST(BatchFaults, MissingInputStopsWithTheMessageAndNoEndLine) {
 TEST(BatchOptions, PoolSizeOption) {
   TempDir folder;
   write_file(folder.file("input"), "");
-  EXPECT_EQ(run_batch(folder.path(), {"-a", "100"}).exit_status, 0);
+  EXPECT_EQ(run_spine_batch(folder.path(), {"-a", "100"}).exit_status, 0);
   EXPECT_NE(read_file(folder.file("output")).find("Post_processing is completed"), std::string::npos);
   // A text with a non-digit leaves the pool off, so even an absurd size is harmless.
-  EXPECT_EQ(run_batch(folder.path(), {"-a", "2147483647x"}).exit_status, 0);
+  EXPECT_EQ(run_spine_batch(folder.path(), {"-a", "2147483647x"}).exit_status, 0);
   // A pool that can't be had ends the job before anything is read.
   const BATCH_RUN run = run_batch(folder.path(), {"-a", "2147483647"});
   EXPECT_EQ(run.exit_status, 1);
@@ -258,7 +259,7 @@ TEST(BatchRunLog, TwentySimultaneousJobsLeaveTwentyIntactLinePairs) {
   std::vector<std::thread> runners;
   std::vector<int> statuses(jobs, -1);
   for (int j = 0; j < jobs; ++j)
-    runners.emplace_back([&, j] { statuses[j] = run_batch(folders[j]->path(), {}).exit_status; });
+    runners.emplace_back([&, j] { statuses[j] = run_spine_batch(folders[j]->path(), {}).exit_status; });
   for (auto &runner : runners) runner.join();
   for (int j = 0; j < jobs; ++j) EXPECT_EQ(statuses[j], 0) << j;
   const LOG_COUNTS after = count_log_lines(); // also checks that every line is intact

@@ -71,6 +71,8 @@ int run_in_child(const std::function<void()> &body) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -2;
 }
 
+std::string job_options_folder() { return job_options().work_directory; }
+
 namespace {
 
 // Points the work directory at `folder`, creates the run file records, opens check and the
@@ -96,7 +98,10 @@ CHILD_JOB run_job_in_child(const std::function<void()> &body) {
   return result;
 }
 
-BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &arguments) {
+namespace {
+
+BATCH_RUN run_program(const char *program_path, const std::string &folder,
+                      const std::vector<std::string> &arguments) {
   // A job that can't get its memory must end with its own message, also in a sanitizer build,
   // whose allocator would otherwise abort on an impossible request.
   static std::once_flag sanitizer_options;
@@ -105,7 +110,7 @@ BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &a
   // Everything the child needs is made before the fork: tests run jobs from several threads,
   // and a forked child of a threaded process must not allocate.
   const std::string capture = folder + "/.stdout_capture";
-  std::string program = TESMORA_BATCH_PATH;
+  std::string program = program_path;
   std::vector<std::string> copies = arguments;
   std::vector<char *> argv;
   argv.push_back(program.data());
@@ -130,12 +135,31 @@ BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &a
   return run;
 }
 
+} // namespace
+
+BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &arguments) {
+  return run_program(TESMORA_BATCH_PATH, folder, arguments);
+}
+
+BATCH_RUN run_spine_batch(const std::string &folder, const std::vector<std::string> &arguments) {
+  return run_program(TESMORA_SPINE_PATH, folder, arguments);
+}
+
 ScopedJobFiles::ScopedJobFiles() {
   saved_work_directory_ = job_options().work_directory;
   open_job_files_in(dir_.path());
 }
 
+FFILE *ScopedJobFiles::open_card_text(const std::string &name, const std::string &text) {
+  write_file(dir_.file(name), text);
+  FFILE *file = create_ffile(name.c_str(), 0);
+  open_ffile(file, "r");
+  card_files_.push_back(file);
+  return file;
+}
+
 ScopedJobFiles::~ScopedJobFiles() {
+  for (FFILE *file : card_files_) free_ffile(file, "ffile");
   RUN_FILES &files = run_files();
   free_run_files();
   if (files.error_stream) std::fclose(files.error_stream);

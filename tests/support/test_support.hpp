@@ -5,6 +5,10 @@
 #include <string>
 #include <vector>
 
+namespace tesmora {
+struct FFILE;
+}
+
 namespace tesmora::testing {
 
 // Passes when |a-b| <= max(abs, rel*max(|a|,|b|)); NaN never passes.
@@ -44,6 +48,9 @@ struct CHILD_JOB {
 // end through stop_job as in a real job.
 CHILD_JOB run_job_in_child(const std::function<void()> &body);
 
+// The work-directory prefix of the job files in force (in a child of run_job_in_child, its folder).
+std::string job_options_folder();
+
 // Result of one TesmoraBatch run.
 struct BATCH_RUN {
   int exit_status = -1; // 0..255, or -2 when killed by a signal
@@ -52,6 +59,10 @@ struct BATCH_RUN {
 
 // Runs TesmoraBatch with `arguments` in `folder`, capturing its standard output.
 BATCH_RUN run_batch(const std::string &folder, const std::vector<std::string> &arguments);
+
+// The same with the test build of the driver that opens its input file but reads no cards:
+// whole runs of the job frame, independent of the input readers.
+BATCH_RUN run_spine_batch(const std::string &folder, const std::vector<std::string> &arguments);
 
 // Sets up the job's files in a temporary folder for a test: the work directory points there,
 // the run file records exist, check and the stderr file are open. Restores all at the end.
@@ -65,9 +76,14 @@ public:
   std::string stderr_text() const; // what the stderr file holds so far
   const TempDir &dir() const { return dir_; }
 
+  // Writes `text` as file `name` in the folder and opens it for reading as a card file; the
+  // record is freed with the guard.
+  FFILE *open_card_text(const std::string &name, const std::string &text);
+
 private:
   TempDir dir_;
   std::string saved_work_directory_;
+  std::vector<FFILE *> card_files_;
 };
 
 } // namespace tesmora::testing

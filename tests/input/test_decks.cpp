@@ -1,0 +1,154 @@
+// Whole runs of TesmoraBatch on input decks: card errors name their card, and the example decks
+// stop at the first section whose reader isn't part of this build.
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <omp.h>
+
+using namespace tesmora::testing;
+
+namespace {
+
+std::string example_deck(const std::string &name) {
+  return read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/input");
+}
+
+// The cards of a deck: its lines without the comments.
+std::vector<std::string> cards_of(const std::string &deck) {
+  std::vector<std::string> cards;
+  for (const std::string &line : split_lines(deck))
+    if (line.empty() || line[0] != '*') cards.push_back(line);
+  return cards;
+}
+
+std::string join_cards(const std::vector<std::string> &cards) {
+  std::string text;
+  for (const std::string &card : cards) text += card + "\n";
+  return text;
+}
+
+} // namespace
+
+class DeckRuns : public ::testing::Test {
+protected:
+  BATCH_RUN run_deck(const std::string &deck) {
+    write_file(folder.file("input"), deck);
+    return run_batch(folder.path(), {});
+  }
+  std::string check() const { return read_file(folder.file("check")); }
+  TempDir folder;
+};
+
+TEST_F(DeckRuns, ExampleDecksStopAtTheBoundarySection) {
+  for (const char *name : {"static", "ac", "transient"}) {
+    SCOPED_TRACE(name);
+    const std::string deck = example_deck(name);
+    EXPECT_EQ(run_deck(deck).exit_status, 1);
+    const std::string text = check();
+    EXPECT_EQ(text.rfind("* File input start. *\n", 0), 0u);
+    const std::string stop =
+        "**** The boundary data can't be read by this build of the program. Job is stopped. ****\n"
+        "exception error occured!! no.= 1\n";
+    ASSERT_GE(text.size(), stop.size());
+    EXPECT_EQ(text.substr(text.size() - stop.size()), stop);
+    // Every card is echoed in order.
+    std::size_t at = 0;
+    for (const std::string &card : cards_of(deck)) {
+      at = text.find("\n" + card + "\n", at);
+      ASSERT_NE(at, std::string::npos) << card;
+      ++at;
+    }
+  }
+}
+
+TEST_F(DeckRuns, OnlyTheReleaseCardIsInsufficient) {
+  EXPECT_EQ(run_deck("r12.0\n").exit_status, 1);
+  EXPECT_EQ(check(), "* File input start. *\n* RLS_NO *\nr12.0\n"
+                     "**** Execution module: TESMORA  r12.0.17  April 13, 2020 ****\n"
+                     "* PRE_PROCESSING * MAKE_SYSTEM_MATRICES *\ninput is insufficient.\n"
+                     "exception error occured!! no.= 1\n");
+}
+
+TEST_F(DeckRuns, OutOfRangeFieldsStopAtTheirCard) {
+  const std::vector<std::string> base = cards_of(example_deck("static"));
+  // Card number (1-based, comments not counted) and the card put in its place.
+  const std::vector<std::pair<int, std::string>> faults = {
+      {1, "12.0"},                                  // release without its letter
+      {2, "2 1"},                                   // PRE_PROCESSING
+      {2, "-1 2"},                                  // MAKE_SYSTEM_MATRICES with -1 still tested
+      {3, "1 5"},                                   // POST_PROCESSING
+      {4, "5 0 0 0 0 0 0 0"},                       // STATIC
+      {4, "1 0 4 0 0 0 0 0"},                       // AC
+      {4, "1 0 0 0 0 0 0 0 1"},                     // a ninth field
+      {5, "5 0 0 0"},                               // POTENTIAL above 4
+      {6, "5 0 1 0 0 0"},                           // TREE_GAUGE
+      {6, "1 0 1 1 0 0"},                           // SCALING
+      {7, "3 1 0 0 0 0 0 0"},                       // NODE_ORDER
+      {7, "1 1 0 0 0 0 -2 0"},                      // PARALLEL_NO
+      {8, "1.0 -1.2 1.0e3 100 0 0.8 0 0 20000"},    // ICCG_CONV not below 1
+      {8, "1.0e-8 -1.2 1.0e3 2 0 0.8 0 0 20000"},   // DIV_ITERATIONS below 3
+      {8, "1.0e-8 -1.2 1.0e3 100 4 0.8 0 0 20000"}, // SOLVER 4
+      {8, "1.0e-8 -1.2 1.0e3 100 0 1.5 0 0 20000"}, // THETA above 1
+      {9, "1.0e-4 2.5 50 0 0 -0.01 0 0"},           // RELAXATION above 2
+      {10, "11 7 0"},                               // POINTS_IN_1D 11
+      {10, "3 5 0"},                                // no triangle rule of 5 points
+      {11, "-2 0 0.0 0"},                           // INITIAL_STEP
+      {12, "0 0.0 1.0 0 0 0 0 0 0 0"},              // NO_STEPS
+      {12, "1 0.0 0.0 0 0 0 0 0 0 0"},              // DELTA_TIME
+      {12, "1 0.0 1.0 0 0 0 0 2 0 0"},              // TP_EEC_OPTION 2
+      {13, "2 1 1 3 0 0 0"},                        // INITIAL_STEP beyond the steps
+      {14, "8 1 0 0"},                              // INPUT_MESH_FILE 8
+      {15, "7 1 1 0 0 0 0 0 0 0"},                  // POST_DATA_FILE 7
+      {16, "1 1 1 -3 0 0 1 0 0 0 0 0"},             // FORCE_J_B -3
+      {17, "0 0 1 2 0 0"},                          // B 2 on the print card
+      {18, "2 0 0 0"},                              // Q_AVERAGE
+      {19, "1 1 1 -1"},                             // IRON_LOSS -1
+      {20, "1 0.0 0 0 0.0"},                        // geometry 1 without a delta
+      {21, "COOR 1"},                               // keyword of four letters
+      {22, "1 3 0.0 0.0 0.0"},                      // coordinate TYPE 3
+  };
+  for (const auto &[card, text] : faults) {
+    SCOPED_TRACE(text);
+    std::vector<std::string> cards = base;
+    cards[static_cast<std::size_t>(card - 1)] = text;
+    EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
+    const std::string expected = "Error in card No." + std::to_string(card) +
+                                 " in file input\n Job stops.\nexception error occured!! no.= 1\n";
+    const std::string text_of_check = check();
+    ASSERT_GE(text_of_check.size(), expected.size());
+    EXPECT_EQ(text_of_check.substr(text_of_check.size() - expected.size()), expected);
+  }
+}
+
+TEST_F(DeckRuns, KeywordOfFiveLettersAndUnknownPostCoordinate) {
+  std::vector<std::string> cards = cards_of(example_deck("static"));
+  cards[20] = "coord 1";
+  EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
+  EXPECT_NE(check().find("The boundary data"), std::string::npos); // the section was read
+  // A POST_COORDINATE that no frame has.
+  cards = cards_of(example_deck("static"));
+  cards[14] = "1 1 1 0 0 0 0 9 0 0";
+  EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
+  EXPECT_NE(check().find("**** Coordinate ID 9 is not found. *******\nexception error occured!! no.= 1\n"),
+            std::string::npos);
+  EXPECT_EQ(read_file(folder.file("stderr")),
+            "**** Coordinate ID 9 is not found. *******\nexception error occured!! no.= 1\n");
+}
+
+TEST_F(DeckRuns, FourierOutputNeedsThreeOutputSteps) {
+  std::vector<std::string> cards = cards_of(example_deck("static"));
+  cards[14] = "1 1 1 0 0 0 0 0 0 1"; // POST_FFT with one output step
+  EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
+  const std::string text = check();
+  EXPECT_NE(text.find(" Too few STEP_INTERVAL to convert FFT!\nexception error occured!! no.= 1\n"),
+            std::string::npos);
+}
+
+TEST_F(DeckRuns, ParallelJobWithOneThreadIsRefused) {
+  if (omp_get_num_procs() != 1) GTEST_SKIP() << "the refusal needs a machine of one processor";
+  std::vector<std::string> cards = cards_of(example_deck("static"));
+  cards[6] = "1 1 0 0 0 0 -1 0";
+  EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
+  EXPECT_NE(check().find("wrong input - parallel_type\n"), std::string::npos);
+}
