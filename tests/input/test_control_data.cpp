@@ -3,6 +3,7 @@
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
 #include "input/coordinates.hpp"
+#include "input/regular_mesh.hpp"
 
 #include "support/test_support.hpp"
 
@@ -267,4 +268,17 @@ TEST(ControlCards, OldReleasesReadTheirOwnCardForms) {
   EXPECT_EQ(c.NODE_OUT, 1);
   EXPECT_EQ(c.post.MAGNETIC, -2);
   EXPECT_EQ(c.post.FORCE_NODAL, 1);
+}
+
+TEST(RegularMeshCards, VelocityDivisionsAndMaterialList) {
+  ScopedJobFiles files;
+  FFILE *file = files.open_card_text("input", "2\n1.5 4 3\n1 2\n3\n-0.5 2 0\n");
+  read_regular_meshes(file);
+  ASSERT_EQ(regular_meshes().size(), 2u);
+  EXPECT_EQ(regular_meshes()[0].velocity, 1.5);
+  EXPECT_EQ(regular_meshes()[0].ndiv, 4);
+  EXPECT_EQ(regular_meshes()[0].mat_ids, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(regular_meshes()[1].velocity, -0.5);
+  EXPECT_TRUE(regular_meshes()[1].mat_ids.empty());
+  EXPECT_EQ(file->record_count, 5);
 }
