@@ -9,6 +9,8 @@
 #include "input/time_evolution.hpp"
 #include "job/ffile.hpp"
 #include "job/run_files.hpp"
+#include "materials/bh_curve.hpp"
+#include "materials/material_tables.hpp"
 
 namespace tesmora {
 namespace {
@@ -48,6 +50,12 @@ void read_regular_mesh_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION
   read_regular_meshes(input);
 }
 
+void read_material_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) {
+  read_material_cards(input, 1);
+}
+
+void read_curve_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) { read_b_h_curves(input); }
+
 void read_time_evolution_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) {
   read_time_evolutions(input);
 }
@@ -58,11 +66,11 @@ constexpr INPUT_SECTION input_sections[] = {
     {"nonconformal face", has_nonconformal_faces, read_unavailable},
     {"regular mesh", has_regular_meshes, read_regular_mesh_section},
     {"block mesh", has_block_mesh, read_unavailable},
-    {"material", always, read_unavailable},
+    {"material", always, read_material_section},
     {"source", always, read_unavailable},
     {"time evolution", always, read_time_evolution_section},
     {"motion", has_motion, read_unavailable},
-    {"B-H curve", always, read_unavailable},
+    {"B-H curve", always, read_curve_section},
     {"sigma curve", has_sigma_curves, read_unavailable},
 };
 
