@@ -21,7 +21,7 @@ void read_release_card(FFILE *file, CONTROL_DATA &control) {
   read_card(file, "%s", "* RLS_NO *\n", word);
   if (!same_prefix(word, "R", 1)) card_error(file);
   control.release = release_of_input(word);
-  std::snprintf(control.release_text, sizeof control.release_text, "%s", word);
+  std::snprintf(control.release_text, sizeof control.release_text, "%.63s", word);
   write_check("**** Execution module: %s  r%s.%d  %s ****\n", module_name, release_number, release_revision,
               release_date);
 }

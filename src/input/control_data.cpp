@@ -11,6 +11,7 @@
 #include "job/run_files.hpp"
 #include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
+#include "sources/field_sources.hpp"
 
 namespace tesmora {
 namespace {
@@ -54,6 +55,8 @@ void read_material_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) 
   read_material_cards(input, 1);
 }
 
+void read_source_cards(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) { read_source_section(input, 1); }
+
 void read_curve_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) { read_b_h_curves(input); }
 
 void read_time_evolution_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) {
@@ -67,7 +70,7 @@ constexpr INPUT_SECTION input_sections[] = {
     {"regular mesh", has_regular_meshes, read_regular_mesh_section},
     {"block mesh", has_block_mesh, read_unavailable},
     {"material", always, read_material_section},
-    {"source", always, read_unavailable},
+    {"source", always, read_source_cards},
     {"time evolution", always, read_time_evolution_section},
     {"motion", has_motion, read_unavailable},
     {"B-H curve", always, read_curve_section},

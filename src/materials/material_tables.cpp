@@ -317,6 +317,8 @@ void check_duplicates() {
 
 const MATERIAL_TABLES &material_tables() { return the_tables; }
 
+void switch_gap_static_off() { the_tables.gap_static = 0; }
+
 void read_material_cards(FFILE *file, int module_flag) {
   int *v = card_scratch().card_ints;
   double *r = card_scratch().card_reals;

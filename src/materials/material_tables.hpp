@@ -80,6 +80,9 @@ struct MATERIAL_TABLES {
 };
 const MATERIAL_TABLES &material_tables();
 
+// Turns the static-gap switch off (a surface current source does this).
+void switch_gap_static_off();
+
 // Reads the material section (magnetic job: module_flag 1).
 void read_material_cards(FFILE *file, int module_flag);
 // Linear search; an unknown id ends the job with "***** mat_property %d is not found. ".
