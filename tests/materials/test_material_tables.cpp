@@ -2,6 +2,7 @@
 // report table, and the linear laws in rotated and cylindrical frames.
 #include "input/control_data_writable.hpp"
 #include "input/coordinates.hpp"
+#include "job/memory.hpp"
 #include "job/run_files.hpp"
 #include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
@@ -365,5 +366,6 @@ TEST(LinearProperty, AnisotropicTangentInRotatedAndCylindricalFrames) {
       property->energy(*property, B, point, H2, &energy);
       expect_close(energy, 0.5 * (B[0] * H[0] + B[1] * H[1] + B[2] * H[2]), 1e-12, 0.0);
     }
+    free_named(property, "MagneticProperty");
   }
 }
