@@ -39,6 +39,8 @@ TEST(ElementCatalogue, EveryRowIsComplete) {
   for (const V_ELEMENT_TYPE &type : v_element_types()) {
     SCOPED_TRACE(type_label(type));
     EXPECT_EQ(find_v_element_type(type.id), &type);
+    EXPECT_TRUE(type.shape_function && type.coordinate_function && type.shape_derivatives &&
+                type.edge_function && type.edge_curl && type.edge_coefficients && type.face_point);
     const V_ELEMENT_TYPE &linear = *find_v_element_type(type.linear_type);
     EXPECT_EQ(linear.edge_order, 1);
     EXPECT_EQ(linear.linear_type, linear.id);
@@ -58,6 +60,8 @@ TEST(ElementCatalogue, EveryRowIsComplete) {
   }
   for (const S_ELEMENT_TYPE &type : s_element_types()) {
     EXPECT_EQ(find_s_element_type(type.id), &type);
+    EXPECT_TRUE(type.shape_function && type.shape_derivatives && type.edge_function && type.edge_curl &&
+                type.rotate_point);
     // Each rotation row is a permutation of the local nodes.
     for (const FACE_NODE_ROW &row : type.rotated_nodes) {
       std::set<int> seen(row.begin(), row.begin() + type.no_nodes);
