@@ -1,8 +1,9 @@
 // Reading of the cards of a mechanical system.
 #include "analyses/mechanical_system.hpp"
 
-#include "input/control_cards.hpp"
+#include "input/expression_parser.hpp"
 #include "job/memory.hpp"
+#include "job/report.hpp"
 
 namespace tesmora {
 namespace {
@@ -119,7 +120,11 @@ MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
   s.mat_ids = calloc_int(static_cast<std::uint64_t>(s.no_mat_ids), "dynamic->region->mats");
   read_int_list(file, "* MAT_IDS *\n", s.no_mat_ids, s.mat_ids);
 
-  if (s.math_eq != 0) stop_at_unavailable_section("mechanical force formula");
+  if (s.math_eq != 0) {
+    write_check("* FUNCTION F(x, v)  * x(m), v(m/s), F(N) or x(deg), v(deg/sec), F(N/m) *\n");
+    const char *const variables[] = {"x", "v"};
+    s.force_function = parse_functions(file, variables, nullptr, nullptr, 0);
+  }
 
   // A negative mass asks for the mass as a table of the position.
   if (s.mass < 0.0) {

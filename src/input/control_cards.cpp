@@ -5,6 +5,8 @@
 #include "input/card_reader.hpp"
 #include "job/release.hpp"
 #include "job/report.hpp"
+#include "mesh/element_catalogue.hpp"
+#include "mesh/gauss.hpp"
 
 #include <cmath>
 #include <cstring>
@@ -251,6 +253,10 @@ void read_points_card(FFILE *file, CONTROL_DATA &c) {
   c.POINT_IN_TRIANGLE = v[1];
   c.MAT_POINTS = v[2];
   if (c.EDGE_ORDER > 1) c.points_in_tetrahedron = 4;
+  // The integration points and the element types of the job follow from these settings.
+  free_gauss(active_gauss());
+  make_gauss(c.POINTS_IN_1D, c.POINT_IN_TRIANGLE, c.points_in_tetrahedron);
+  build_v_element_types(c.NODE_ORDER, c.EDGE_ORDER, c.mesh_connection);
 }
 
 void read_initial_card(FFILE *file, CONTROL_DATA &c) {

@@ -5,6 +5,7 @@
 #include "input/control_cards.hpp"
 #include "input/control_data_writable.hpp"
 #include "input/coordinates.hpp"
+#include "input/expression_parser.hpp"
 #include "input/regular_mesh.hpp"
 #include "input/time_evolution.hpp"
 #include "job/ffile.hpp"
@@ -106,6 +107,7 @@ void read_control_data() {
     if (section.is_present(control)) section.read(input, control, section);
   close_card_file(input);
   close_ffile(input);
+  free_parser();
 }
 
 } // namespace tesmora

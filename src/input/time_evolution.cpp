@@ -5,6 +5,7 @@
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
 #include "input/control_data_writable.hpp"
+#include "input/expression_parser.hpp"
 #include "job/memory.hpp"
 #include "job/report.hpp"
 
@@ -153,9 +154,11 @@ void read_time_evolutions(FFILE *file) {
     case 4:
       read_psim_link(file, evolution);
       break;
-    default:
+    default: {
       write_check("* FUNCTION f(t) * t(sec) *\n");
-      stop_at_unavailable_section("time function formula");
+      const char *const variables[] = {"t"};
+      evolution.formula = parse_functions(file, variables, nullptr, nullptr, 0);
+    }
     }
   }
 }
@@ -225,6 +228,8 @@ double time_value(double t, const TIME_EVOLUTION *evolution, int side) {
     return time_table_value(t, *evolution->table, side);
   case mechanical_kind:
     return evolution->system->position;
+  case formula_kind:
+    return evaluate_function(evolution->formula, nullptr, &t);
   case psim_kind: {
     const PSIM_LINK &p = *evolution->psim;
     if (p.present_time == p.previous_time) return p.present_value;

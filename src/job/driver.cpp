@@ -12,6 +12,7 @@
 #include "job/run_files.hpp"
 #include "job/run_log.hpp"
 #include "job/stages.hpp"
+#include "mesh/gauss.hpp"
 
 #include <csignal>
 #include <cstdio>
@@ -135,6 +136,7 @@ void run_stages_and_finish() {
   close_stage(cpu_solving, "*******  Solve_equation is completed ********\n");
   post_processing();
   close_stage(cpu_post, "*******  Post_processing is completed ********\n");
+  free_gauss(active_gauss()); // the integration-point tables
   finish_job();
 }
 

@@ -2,6 +2,7 @@
 // and cycles, sines stored as wave forms, simulator links, polynomials, mechanical systems.
 #include "analyses/mechanical_system.hpp"
 #include "input/card_reader.hpp"
+#include "input/expression_parser.hpp"
 #include "input/time_evolution.hpp"
 #include "job/memory.hpp"
 
@@ -199,4 +200,36 @@ TEST(MechanicalSystem, CardsOfSpringsDampersRegionAndMassTable) {
   EXPECT_EQ(s.mat_ids[2], 7);
   EXPECT_EQ(s.mass_option, 2);
   EXPECT_EQ(s.mass_table->y[0][1], 2.5);
+}
+
+TEST(TimeEvolution, FormulaOfTheDeckMatchesTheSameFunctionInCpp) {
+  ScopedJobFiles files;
+  FFILE *file =
+      files.open_card_text("evolutions", "2 0\n"
+                                         "3 11\n"
+                                         "* a damped 50 Hz wave on a ramp\n"
+                                         "w = 2*PI*50 ;\n"
+                                         "f(t) = 1.5*exp(-t/0.02)*sin(w*t) + t**2/3 - 0.25 # offset # ;;\n"
+                                         "4 0\n1 0 0 0 0 0 0\n0 0 0\n");
+  read_time_evolutions(file);
+  const TIME_EVOLUTION *formula = find_time_evolution(3);
+  EXPECT_EQ(formula->option, 11);
+  EXPECT_EQ(time_value(0.0, find_time_evolution(4), 0), 1.0); // the cards after the block are read on
+  for (double t = -0.01; t <= 0.1; t += 0.000731) {
+    const double expected = 1.5 * std::exp(-t / 0.02) * std::sin(2 * pi * 50 * t) + t * t / 3 - 0.25;
+    expect_close(time_value(t, formula, 0), expected, 1e-13, 1e-14); // same operations, rounding only
+  }
+  EXPECT_NE(files.check_text().find("* FUNCTION f(t) * t(sec) *\n"), std::string::npos);
+}
+
+TEST(MechanicalSystem, ForceFormulaOfPositionAndVelocity) {
+  ScopedJobFiles files;
+  const std::string deck = "1 0\n6 3\n0 0 0 0 0 0 0 0\n-999 -999 0 0\n1 0 0 0 0 0\n0 0 1\n"
+                           "1 1.0 0 0\n"
+                           "F(x, v) = -200*x - 3*v ;;\n";
+  read_time_evolutions(files.open_card_text("evolutions", deck));
+  const MECHANICAL_SYSTEM &s = *find_time_evolution(6)->system;
+  ASSERT_NE(s.force_function, nullptr);
+  const double xv[2] = {0.01, -0.5};
+  expect_close(evaluate_function(s.force_function, nullptr, xv), -200 * 0.01 + 1.5, 1e-14, 0.0);
 }
