@@ -36,11 +36,7 @@ TEST(CardReader, HeaderEchoCountAndCommentsInCheck) {
 
 TEST(CardReader, EndOfInputIsInsufficient) {
   const CHILD_JOB job = run_job_in_child([] {
-    FFILE *file = create_ffile("short", 0);
-    std::FILE *out = std::fopen((job_options_folder() + "short").c_str(), "w");
-    std::fputs("1\n* only a comment after it\n", out);
-    std::fclose(out);
-    open_ffile(file, "r");
+    FFILE *file = open_job_card_file("short", "1\n* only a comment after it\n");
     int a = 0;
     read_card(file, "%d", "* FIRST *\n", &a);
     read_card(file, "%d", "* SECOND *\n", &a);
@@ -52,11 +48,7 @@ TEST(CardReader, EndOfInputIsInsufficient) {
 
 TEST(CardReader, CardErrorNamesTheCardAndTheFile) {
   const CHILD_JOB job = run_job_in_child([] {
-    FFILE *file = create_ffile("deck", 0);
-    std::FILE *out = std::fopen((job_options_folder() + "deck").c_str(), "w");
-    std::fputs("1\n*\n2\n", out);
-    std::fclose(out);
-    open_ffile(file, "r");
+    FFILE *file = open_job_card_file("deck", "1\n*\n2\n");
     int a = 0;
     read_card(file, "%d", nullptr, &a);
     read_card(file, "%d", nullptr, &a);

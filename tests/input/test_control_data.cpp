@@ -17,18 +17,6 @@ using namespace tesmora::testing;
 
 namespace {
 
-std::string example_deck(const std::string &name) {
-  return read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/input");
-}
-
-// The cards of a deck: its lines without the comments.
-std::vector<std::string> cards_of(const std::string &deck) {
-  std::vector<std::string> cards;
-  for (const std::string &line : split_lines(deck))
-    if (line.empty() || line[0] != '*') cards.push_back(line);
-  return cards;
-}
-
 // Reads every control card of a deck (the sections behind them are not read).
 void read_control_cards(FFILE *file, CONTROL_DATA &control, SOLVER_SETTINGS &solver) {
   read_job_cards(file, control, solver);

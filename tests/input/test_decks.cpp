@@ -8,28 +8,6 @@
 
 using namespace tesmora::testing;
 
-namespace {
-
-std::string example_deck(const std::string &name) {
-  return read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/input");
-}
-
-// The cards of a deck: its lines without the comments.
-std::vector<std::string> cards_of(const std::string &deck) {
-  std::vector<std::string> cards;
-  for (const std::string &line : split_lines(deck))
-    if (line.empty() || line[0] != '*') cards.push_back(line);
-  return cards;
-}
-
-std::string join_cards(const std::vector<std::string> &cards) {
-  std::string text;
-  for (const std::string &card : cards) text += card + "\n";
-  return text;
-}
-
-} // namespace
-
 class DeckRuns : public ::testing::Test {
 protected:
   BATCH_RUN run_deck(const std::string &deck) {

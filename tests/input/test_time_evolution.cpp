@@ -118,11 +118,7 @@ TEST(TimeEvolution, CardErrors) {
                            "1 0\n1 0\n0 0 0 0 0 0 0\n-1 0 0\n", "1 0\n1 2\n1 0 0\n", "1 0\n1 4\n0 0\n"}) {
     SCOPED_TRACE(deck);
     const CHILD_JOB job = run_job_in_child([deck] {
-      std::FILE *out = std::fopen((job_options_folder() + "deck").c_str(), "w");
-      std::fputs(deck, out);
-      std::fclose(out);
-      FFILE *file = create_ffile("deck", 0);
-      open_ffile(file, "r");
+      FFILE *file = open_job_card_file("deck", deck);
       read_time_evolutions(file);
     });
     EXPECT_EQ(job.exit_status, 1);

@@ -280,11 +280,7 @@ TEST(BhCurve, CurveCardsAndTheirChecks) {
     const std::string text = bad.text;
     const CHILD_JOB job = run_job_in_child([&] {
       writable_control_data().NON_LINEAR = 1;
-      std::FILE *out = std::fopen((job_options_folder() + "curves").c_str(), "w");
-      std::fputs(text.c_str(), out);
-      std::fclose(out);
-      FFILE *deck = create_ffile("curves", 0);
-      open_ffile(deck, "r");
+      FFILE *deck = open_job_card_file("curves", text);
       read_b_h_curves(deck);
     });
     EXPECT_EQ(job.exit_status, 1);

@@ -23,11 +23,7 @@ namespace {
 CHILD_JOB read_materials_in_child(const std::string &text, const CONTROL_DATA &control) {
   return run_job_in_child([&] {
     writable_control_data() = control;
-    std::FILE *out = std::fopen((job_options_folder() + "input").c_str(), "w");
-    std::fputs(text.c_str(), out);
-    std::fclose(out);
-    FFILE *deck = create_ffile("input", 0);
-    open_ffile(deck, "r");
+    FFILE *deck = open_job_card_file("input", text);
     read_material_cards(deck, 1);
   });
 }
@@ -232,11 +228,7 @@ TEST(MaterialTables, BindingElementsAndOutputSelection) {
 
   const CHILD_JOB job = run_job_in_child([] {
     writable_control_data().release = 12.0;
-    std::FILE *out = std::fopen((job_options_folder() + "input").c_str(), "w");
-    std::fputs("1 0 0\n1 0 0 0 1 0 0 0 0\n", out);
-    std::fclose(out);
-    FFILE *deck = create_ffile("input", 0);
-    open_ffile(deck, "r");
+    FFILE *deck = open_job_card_file("input", "1 0 0\n1 0 0 0 1 0 0 0 0\n");
     read_material_cards(deck, 1);
     ELEMENT_MATERIAL unknown[] = {{17, 4}};
     bind_mat_properties(unknown, {});
@@ -249,11 +241,7 @@ TEST(MaterialTables, KindsThisBuildCannotEvaluateStopAtBinding) {
   CONTROL_DATA control = nonlinear_job();
   const CHILD_JOB job = run_job_in_child([&] {
     writable_control_data() = control;
-    std::FILE *out = std::fopen((job_options_folder() + "input").c_str(), "w");
-    std::fputs("1 0 0\n4 0 0 0 1 0 1 0 0\n0 1 2 0 0 0 1\n", out);
-    std::fclose(out);
-    FFILE *deck = create_ffile("input", 0);
-    open_ffile(deck, "r");
+    FFILE *deck = open_job_card_file("input", "1 0 0\n4 0 0 0 1 0 1 0 0\n0 1 2 0 0 0 1\n");
     read_material_cards(deck, 1);
     bind_curves();
   });

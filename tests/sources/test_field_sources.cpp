@@ -27,11 +27,7 @@ CONTROL_DATA transient_job() {
 CHILD_JOB read_sources_in_child(const std::string &text, const CONTROL_DATA &control) {
   return run_job_in_child([&] {
     writable_control_data() = control;
-    std::FILE *out = std::fopen((job_options_folder() + "input").c_str(), "w");
-    std::fputs(text.c_str(), out);
-    std::fclose(out);
-    FFILE *deck = create_ffile("input", 0);
-    open_ffile(deck, "r");
+    FFILE *deck = open_job_card_file("input", text);
     read_source_section(deck, 1);
   });
 }

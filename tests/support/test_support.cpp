@@ -73,6 +73,30 @@ int run_in_child(const std::function<void()> &body) {
 
 std::string job_options_folder() { return job_options().work_directory; }
 
+FFILE *open_job_card_file(const std::string &name, const std::string &text) {
+  write_file(job_options_folder() + name, text);
+  FFILE *file = create_ffile(name.c_str(), 0);
+  open_ffile(file, "r");
+  return file;
+}
+
+std::string example_deck(const std::string &name) {
+  return read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/input");
+}
+
+std::vector<std::string> cards_of(const std::string &deck) {
+  std::vector<std::string> cards;
+  for (const std::string &line : split_lines(deck))
+    if (line.empty() || line[0] != '*') cards.push_back(line);
+  return cards;
+}
+
+std::string join_cards(const std::vector<std::string> &cards) {
+  std::string text;
+  for (const std::string &card : cards) text += card + "\n";
+  return text;
+}
+
 namespace {
 
 // Points the work directory at `folder`, creates the run file records, opens check and the

@@ -51,6 +51,17 @@ CHILD_JOB run_job_in_child(const std::function<void()> &body);
 // The work-directory prefix of the job files in force (in a child of run_job_in_child, its folder).
 std::string job_options_folder();
 
+// Writes `text` as card file `name` in the job's folder and opens it for reading; for the
+// bodies of run_job_in_child. The record lives until the child ends.
+FFILE *open_job_card_file(const std::string &name, const std::string &text);
+
+// The input deck of an example job, examples/<name>/input.
+std::string example_deck(const std::string &name);
+// The cards of a deck: its lines without the comments.
+std::vector<std::string> cards_of(const std::string &deck);
+// Cards joined into a deck, one a line.
+std::string join_cards(const std::vector<std::string> &cards);
+
 // Result of one TesmoraBatch run.
 struct BATCH_RUN {
   int exit_status = -1; // 0..255, or -2 when killed by a signal
