@@ -8,8 +8,11 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "materials/material_tables.hpp"
+#include "sources/coil_cards.hpp"
+#include "sources/external_field.hpp"
 
 #include <cstring>
+#include <memory>
 
 namespace tesmora {
 namespace {
@@ -56,12 +59,15 @@ void read_coil(FFILE *file, const CONTROL_DATA &control) {
             "*COIL   * SERIES_NO  *  TIME_ID * NO_ELEMENTS * MOTIN_ID * IN_ROTOR * POTENTIAL *\n", word,
             &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]);
   if (v[0] < 1 || v[1] < 0 || v[2] < 1 || v[3] < 0 || !is_flag(v[4]) || v[5] < 0) card_error(file);
+  std::unique_ptr<EXTERNAL_FIELD> field = make_external_field(v[2], control.MOTION == 1 ? v[3] : 0, v[5]);
   FIELD_SOURCE &source = add_source(source_coil, v[0], v[1], v[4], true);
   source.motion_id = control.MOTION == 1 ? v[3] : 0;
   source.potential = v[5];
   the_sources.no_coil_elements += v[2];
   the_sources.has_coil = 1;
-  stop_at_unavailable_section("coil element");
+  read_coil_cards(file, *field);
+  // The table owns the coil for the rest of the run.
+  the_sources.data[the_sources.no_sources - 1].external = field.release();
 }
 
 // The conductor sources: keyword card with series number, parts and IN_ROTOR.

@@ -3,6 +3,8 @@
 #include "input/control_data_writable.hpp"
 #include "input/time_evolution.hpp"
 #include "job/run_files.hpp"
+#include "sources/coil_cards.hpp"
+#include "sources/external_field.hpp"
 #include "sources/field_sources.hpp"
 
 #include "support/test_support.hpp"
@@ -179,4 +181,24 @@ TEST(FieldSources, KindsOfLaterWorkStopNamingTheirKeyword) {
     EXPECT_NE(job.error.find(std::string("**** The ") + c.name + " data can't be read"), std::string::npos)
         << job.error;
   }
+}
+
+TEST(FieldSources, CoilSourceReadsItsElements) {
+  ScopedJobFiles files;
+  writable_control_data() = transient_job();
+  FFILE *deck = files.open_card_text("input", "SOURCE\nCOIL 3 1 2 7 0 1\nLOOP 100 0.5 0.1 0 0\n"
+                                              "LOOP 50 0.2 0.0 0 0\nEND\nEND\n");
+  read_source_section(deck, 1);
+  const FIELD_SOURCE *coil = find_field_source(3);
+  EXPECT_EQ(coil->type, source_coil);
+  EXPECT_EQ(coil->motion_id, 0); // kept only in a MOTION 1 job
+  EXPECT_EQ(field_sources().no_coil_elements, 2);
+  ASSERT_NE(coil->external, nullptr);
+  // The two loops on the axis: B_z = mu0 N I a^2 / (2 (a^2 + z^2)^(3/2)) per loop, at the centre.
+  const double centre[3] = {0.0, 0.0, 0.0};
+  double B[3];
+  external_field_B(*coil->external, COIL_EVALUATION{coil_options(), nullptr}, centre, B);
+  const double mu0 = 4e-7 * std::numbers::pi;
+  const double expected = mu0 * 100 * 0.5 * 0.5 / (2 * std::pow(0.25 + 0.01, 1.5)) + mu0 * 50 / (2 * 0.2);
+  expect_close(B[2], expected, 1e-9, 0.0); // closed form on the axis; elliptic integrals to 1e-12
 }
