@@ -12,6 +12,7 @@
 #include "job/run_files.hpp"
 #include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
+#include "mesh/boundary.hpp"
 #include "sources/field_sources.hpp"
 
 namespace tesmora {
@@ -52,6 +53,8 @@ void read_regular_mesh_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION
   read_regular_meshes(input);
 }
 
+void read_boundary_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) { read_boundary_data(input); }
+
 void read_material_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTION &) {
   read_material_cards(input, 1);
 }
@@ -66,7 +69,7 @@ void read_time_evolution_section(FFILE *input, CONTROL_DATA &, const INPUT_SECTI
 
 constexpr INPUT_SECTION input_sections[] = {
     {"coordinate", has_coordinates, read_coordinate_section},
-    {"boundary", always, read_unavailable},
+    {"boundary", always, read_boundary_section},
     {"nonconformal face", has_nonconformal_faces, read_unavailable},
     {"regular mesh", has_regular_meshes, read_regular_mesh_section},
     {"block mesh", has_block_mesh, read_unavailable},

@@ -13,6 +13,7 @@
 #include "job/run_log.hpp"
 #include "job/stages.hpp"
 #include "mesh/gauss.hpp"
+#include "results/json_report.hpp"
 
 #include <csignal>
 #include <cstdio>
@@ -108,6 +109,7 @@ void finish_job() {
   write_report(output, "                               **********  End  Time  **********\n\n");
   write_report(output, "                                   %s", times.end_time_text.c_str());
   write_run_log_end(times.end_time_text);
+  close_json_report(); // written at the end of the job, when the post stage hasn't done it
   free_run_files();
 }
 

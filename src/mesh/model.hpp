@@ -157,6 +157,10 @@ struct MESHED_MODEL {
 // The first mesh part, head of the chain.
 MESHED_MODEL &global_model();
 
+// Frees the arrays of a part (nodes, edges, elements and their pointer arrays, surface
+// elements, lines) and clears its counts.
+void free_model_arrays(MESHED_MODEL &part);
+
 // Index of the node with the smallest identity not below `id` among nodes[first..last], or -1
 // when `id` lies above them.
 int find_node(const NODE *nodes, int first, int last, int id);
