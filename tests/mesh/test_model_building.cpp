@@ -4,9 +4,12 @@
 #include "input/control_data_writable.hpp"
 #include "job/memory.hpp"
 #include "materials/material_tables.hpp"
+#include "mesh/gauss.hpp"
 #include "mesh/mesh_builder.hpp"
 #include "mesh/model_building.hpp"
+#include "mesh/model_report.hpp"
 #include "mesh/potentials.hpp"
+#include "mesh/saved_model.hpp"
 
 #include "support/test_support.hpp"
 
@@ -29,8 +32,10 @@ protected:
     writable_control_data().release = 12.0;
     read_material_cards(
         files.open_card_text("materials", "2 0 0\n1 0 0 0 1000 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n"), 1);
+    make_gauss(3, 7, 5);
   }
   void TearDown() override {
+    free_gauss(active_gauss());
     free_model_arrays(model);
     free_potential_store();
   }
@@ -292,4 +297,59 @@ TEST(PotentialTerms, AddMergesReusesAndSkipsZero) {
   EXPECT_EQ(find_potential_term(terms, UPWIND), nullptr);
   EXPECT_EQ(find_potential_term(nullptr, A_EDGE), nullptr);
   free_potential_store();
+}
+
+TEST_F(ModelTest, SavedModelRestoresToTheSameTables) {
+  BOUNDARY_DATA boundary;
+  boundary.bn0_planes = {PLANE{0, 0, 1, 0}};
+  for (const MESH_BUILDER &builder : every_family(2)) {
+    make(builder, boundary, 0);
+    compute_element_geometry(model);
+    SCOPED_TRACE(model.v_elements[0].type->name);
+    FFILE *file = create_ffile("mesh_data", 1);
+    open_ffile(file, "w");
+    save_model(model, file);
+    close_ffile(file);
+    open_ffile(file, "r");
+    MESHED_MODEL restored;
+    restore_model(restored, file);
+    close_ffile(file);
+    free_ffile(file, "ffile");
+
+    auto tables = [](const MESHED_MODEL &m) {
+      std::FILE *out = std::tmpfile();
+      print_nodes(out, m);
+      print_edges(out, m);
+      print_v_elements(out, m);
+      print_s_elements(out, m);
+      VARIABLE_OPTIONS options;
+      make_variables(const_cast<MESHED_MODEL &>(m), options);
+      print_potentials(out, m);
+      std::rewind(out);
+      std::string text;
+      for (int c; (c = std::fgetc(out)) != EOF;) text.push_back(static_cast<char>(c));
+      std::fclose(out);
+      return text;
+    };
+    const std::string original = tables(model);
+    EXPECT_EQ(tables(restored), original);
+    EXPECT_NE(original.find("Edges        no_edges = "), std::string::npos);
+    free_model_arrays(restored);
+  }
+}
+
+TEST_F(ModelTest, ElementGeometryGivesCentresAndTheVolumeOfTheCube) {
+  for (const MESH_BUILDER &builder : every_family(2)) {
+    make(builder, natural_boundary(), 0);
+    compute_element_geometry(model);
+    SCOPED_TRACE(model.v_elements[0].type->name);
+    double volume = 0.0;
+    for (int k = 0; k < model.no_v_elements; ++k) volume += model.v_elements[k].volume;
+    expect_close(volume, 0.2 * 0.2 * 0.2, 1e-12, 0.0); // straight-sided elements: exact quadrature
+    const V_ELEMENT &first = model.v_elements[0];
+    for (int d = 0; d < 3; ++d) {
+      EXPECT_GT(first.center[d], 0.0);
+      EXPECT_LT(first.center[d], 0.1 + 1e-12);
+    }
+  }
 }
