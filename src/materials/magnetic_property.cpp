@@ -175,6 +175,17 @@ MagneticProperty *create_magnetic_property(int type) {
   return property;
 }
 
+void linear_tensor(const ConductivityProperty &property, const MATERIAL_POINT &point, double out[9]) {
+  if (property.kind == 0) {
+    for (int k = 0; k < 9; ++k) out[k] = k % 4 == 0 ? property.value : 0.0;
+    return;
+  }
+  double axes[9];
+  local_axes(*property.anisotropy->coordinate, property.cylindrical, point.position, axes);
+  const double d[3] = {property.anisotropy->x, property.anisotropy->y, property.anisotropy->z};
+  rotate_diagonal(axes, d, out);
+}
+
 void linear_reluctivity(const ConductivityProperty &mu, const MATERIAL_POINT &point, double nu[9]) {
   if (mu.kind == 0) {
     const double value = reluctivity_of(mu.value);

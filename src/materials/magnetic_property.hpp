@@ -92,6 +92,10 @@ MagneticProperty *create_magnetic_property(int type);
 // True for the kinds this build can evaluate.
 bool can_evaluate(int type);
 
+// The tensor (3x3 row-major) of a real linear conductivity or permeability at a point: the
+// value times the unit matrix, or the three axis values turned into global components.
+void linear_tensor(const ConductivityProperty &property, const MATERIAL_POINT &point, double out[9]);
+
 // Reluctivity tensor (3x3 row-major, m/H) of a real linear permeability at a point.
 void linear_reluctivity(const ConductivityProperty &mu, const MATERIAL_POINT &point, double nu[9]);
 // Complex reluctivity tensor of a complex linear permeability, pairs (re, im) in row order.
