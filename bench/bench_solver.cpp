@@ -1,0 +1,134 @@
+// Benchmarks of the sparse solver: profile building, the location search of assembly, and the
+// time of one ICCG iteration on a 100^3 Laplacian against the memory-bandwidth bound measured in
+// the same run (a plain sparse product and a vector triad).
+#include "equations/iccg.hpp"
+#include "equations/matrix_profile.hpp"
+#include "equations/sparse_matrix.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <vector>
+
+using namespace tesmora;
+
+namespace {
+
+// Profile lists of an nx^3 grid Laplacian (7-point stencil), as an assembly would fill them.
+PROFILE_LISTS *grid_lists(int nx) {
+  const int n = nx * nx * nx;
+  PROFILE_LISTS *lists = make_profile_lists(n);
+  for (int k = 0; k < nx; ++k)
+    for (int j = 0; j < nx; ++j)
+      for (int i = 0; i < nx; ++i) {
+        const int row = 1 + i + nx * (j + nx * k);
+        if (i > 0) add_connection(lists, row, row - 1);
+        if (j > 0) add_connection(lists, row, row - nx);
+        if (k > 0) add_connection(lists, row, row - nx * nx);
+      }
+  return lists;
+}
+
+// The grid Laplacian (6 on the diagonal, -1 off it) assembled through location_in_matrix.
+SPARSE_MATRIX *grid_laplacian(int nx, int solver) {
+  PROFILE_LISTS *lists = grid_lists(nx);
+  const int n = nx * nx * nx;
+  MATRIX_PROFILE *profile = make_matrix_profile(n, profile_lower_with_diagonal);
+  build_profile(profile, lists);
+  free_profile_lists(&lists);
+  SPARSE_MATRIX *m = make_sparse_matrix(n, profile->size, {.solver = solver, .scaling = 1});
+  set_sparse_matrix_profile(m, profile);
+  free_matrix_profile(&profile);
+  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
+  for (int row = 1; row <= n; ++row)
+    for (int k = rhp[row - 1]; k < rhp[row]; ++k) m->matrix_lower[k] = index[k] == row ? 6.0 : -1.0;
+  return m;
+}
+
+double seconds_since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+} // namespace
+
+static void BM_BuildProfile(benchmark::State &state) {
+  const int nx = static_cast<int>(state.range(0));
+  for (auto _ : state) {
+    PROFILE_LISTS *lists = grid_lists(nx);
+    MATRIX_PROFILE *profile = make_matrix_profile(nx * nx * nx, profile_lower_with_diagonal);
+    build_profile(profile, lists);
+    benchmark::DoNotOptimize(profile->index);
+    free_profile_lists(&lists);
+    free_matrix_profile(&profile);
+  }
+  state.SetItemsProcessed(state.iterations() * nx * nx * nx);
+}
+BENCHMARK(BM_BuildProfile)->Arg(40)->Unit(benchmark::kMillisecond);
+
+static void BM_LocationInMatrix(benchmark::State &state) {
+  // Every stored entry of a 40^3 grid Laplacian, looked up in both orders.
+  const int nx = 40;
+  SPARSE_MATRIX *m = grid_laplacian(nx, 0);
+  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
+  const int n = nx * nx * nx;
+  long long found = 0, lookups = 0;
+  // The pairs to look up, in both orders, row by row as the elements of a sweep meet them.
+  std::vector<std::pair<int, int>> pairs;
+  for (int row = 1; row <= n; ++row)
+    for (int k = rhp[row - 1]; k < rhp[row]; ++k)
+      pairs.emplace_back(row, index[k]), pairs.emplace_back(index[k], row);
+  for (auto _ : state) {
+    for (const auto &[i, j] : pairs) found += location_in_matrix(i, j, rhp, index);
+    lookups += static_cast<long long>(pairs.size());
+    benchmark::DoNotOptimize(found);
+  }
+  state.SetItemsProcessed(lookups);
+  free_sparse_matrix(&m);
+}
+BENCHMARK(BM_LocationInMatrix)->Unit(benchmark::kMillisecond);
+
+static void BM_IccgIteration(benchmark::State &state) {
+  const int nx = static_cast<int>(state.range(0));
+  const int n = nx * nx * nx;
+  SPARSE_MATRIX *m = grid_laplacian(nx, 0);
+  CG_SOLVE_STATE cg;
+  cg.convergence = 1e-30; // never reached: a fixed number of iterations
+  cg.max_iterations = 40;
+  cg.div_iterations = 1000;
+  sparse_matrix_preconditioning(m, cg); // the factor is made once, outside the timing
+  std::vector<double> b(static_cast<std::size_t>(n), 1.0), x(b.size()), y(b.size()), z(b.size());
+  double iteration = 0.0, product = 0.0, triad = 0.0;
+  for (auto _ : state) {
+    std::fill(b.begin(), b.end(), 1.0);
+    std::fill(x.begin(), x.end(), 0.0);
+    auto start = std::chrono::steady_clock::now();
+    solve_sparse_matrix(m, b.data(), x.data(), n, cg, nullptr);
+    iteration = seconds_since(start) / cg.max_iterations;
+    toggle_index_base(m->size, m->profile.index, 0);
+    start = std::chrono::steady_clock::now();
+    for (int repeat = 0; repeat < 10; ++repeat)
+      matrix_vector_product(n, m->profile.row_head_pointers, nullptr, m->profile.index, m->matrix_lower,
+                            x.data(), y.data());
+    product = seconds_since(start) / 10;
+    toggle_index_base(m->size, m->profile.index, 1);
+    start = std::chrono::steady_clock::now();
+    for (int repeat = 0; repeat < 10; ++repeat)
+      for (int i = 0; i < n; ++i) z[i] = x[i] + 0.5 * y[i];
+    triad = seconds_since(start) / 10;
+    benchmark::DoNotOptimize(z.data());
+  }
+  // Memory traffic of one iteration: the matrix once (8-byte value, 4-byte column), the factor
+  // twice, the row pointers three times, and about 23 vector streams of doubles. The triad
+  // moves 3 streams (24 n bytes): its bandwidth turns the traffic into a time bound.
+  const double size = m->size;
+  const double bytes = 12.0 * size + 24.0 * size + 12.0 * n + 23.0 * 8.0 * n;
+  const double bandwidth = 24.0 * n / triad;
+  state.counters["iteration_ms"] = 1e3 * iteration;
+  state.counters["spmv_ms"] = 1e3 * product;
+  state.counters["triad_ms"] = 1e3 * triad;
+  state.counters["bandwidth_GBps"] = bandwidth / 1e9;
+  state.counters["bound_ms"] = 1e3 * bytes / bandwidth;
+  state.counters["iteration_over_bound"] = iteration / (bytes / bandwidth);
+  free_sparse_matrix(&m);
+}
+BENCHMARK(BM_IccgIteration)->Arg(100)->Iterations(2)->Unit(benchmark::kMillisecond);

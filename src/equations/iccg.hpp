@@ -1,0 +1,100 @@
+// The linear solver family: the solve entry with its convergence bookkeeping, the incomplete
+// factorisations, and the matrix and preconditioner kernels the methods share.
+//
+// Solver codes as stored (the equation's `solver`):
+//   0  symmetric real, conjugate gradients with incomplete Cholesky (with a complex matrix:
+//      conjugate orthogonal CG with complex incomplete Cholesky)
+//   1  symmetric real, CG with symmetric Gauss-Seidel on the matrix itself
+//   2  symmetric real, CG without preconditioner
+//   3  symmetric real, two-term minimal residual with incomplete Cholesky
+//   4  symmetric real, BiCGStab with incomplete Cholesky
+//   5  asymmetric, BiCG with transposed products, incomplete LU
+//   6  asymmetric, BiCGStab, incomplete LU
+//   7  asymmetric, generalised product BiCG, incomplete LU
+//   8  asymmetric, two-term minimal residual, incomplete LU
+//   9, 10, 11  no method: the starting solution is returned
+//   12 complex symmetric, conjugate orthogonal residual method with complex incomplete Cholesky
+#pragma once
+
+#include "equations/sparse_matrix.hpp"
+#include "input/solver_settings.hpp"
+
+namespace tesmora {
+
+// Settings and figures of the linear solves of a run ("cg_iteration").
+struct CG_SOLVE_STATE {
+  double convergence = 1e-8;        // ICCG_CONV, relative residual
+  double accel_factor = 1.0;        // shift of the factorisation; raised by it and kept for the next one
+  int fixed_accel = 0;              // 1: no automatic raising (ACCEL_FACTOR was negative)
+  double div_factor = 10.0;         // DIV_FACTOR
+  int div_iterations = 100;         // DIV_ITERATIONS
+  int solver = 0;                   // code as stored, above
+  int restart = 0;                  // 10 for solver 9
+  int max_iterations = 0;           // 0: dimension + 10
+  int in_nonlinear = 0;             // 1 while a nonlinear loop calls: its tolerance rules apply
+  int scaling = 1;                  // 1: diagonal scaling
+  int renumbering = 0;              // 0 none, 1 levels, 2 AMD
+  int recompute_norm = 1;           // 1: norm of the right-hand side anew; 0: use rhs_norm2
+  double *norm_vector = nullptr;    // when set (and recompute_norm) the norm is taken of it;
+                                    // multiplied by D with scaling
+  double *initial_vector = nullptr; // stored starting solution of the periodic scheme, or null
+  // Nonlinear-loop parameters of the tolerance rule.
+  double conv_ratio = 0.0;      // ICCG_CONV_RATIO
+  double non_linear_conv = 1.0; // NON_LINEAR_CONV (solver 4)
+  int check_flag = 0;           // CHECK_B was negative
+  int restart_type3 = 0;        // the run is a restart of type 3
+  // Figures.
+  double rhs_norm2 = 0.0;   // squared norm of the right-hand side of the last solve
+  double first_error = 0.0; // relative residual at the start of the last solve
+  double error = 0.0;       // relative residual of the solution returned
+  int iterations = 0;       // iteration at which the returned solution was found
+  int status = 0;           // 1 converged, 0 not converged, -1 no iteration was needed
+  int total_iterations = 0; // over all solves
+};
+
+// The state a stage driver starts from, taken from the job's settings.
+CG_SOLVE_STATE make_cg_solve_state(const SOLVER_SETTINGS &settings);
+
+// What the JSON results take of one solve.
+struct SOLVE_RESULT {
+  int iterations = 0;
+  double error = 0.0;
+  int converged = 0;
+};
+
+// Solves matrix x = rhs. rhs and solution have no_unknowns entries (pairs when complex) in the
+// model's numbering; solution holds the start on entry and the best solution found on return.
+// With scaling the right-hand side is left multiplied by D. Reports go to output and check.
+void solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
+                         CG_SOLVE_STATE &cg, SOLVE_RESULT *result);
+
+// Scaling and incomplete factorisation of the present values; nothing when is_factorised.
+void sparse_matrix_preconditioning(SPARSE_MATRIX *matrix, CG_SOLVE_STATE &cg);
+
+// Incomplete factorisations without fill on the type-1 pattern (0-based columns). alpha is the
+// starting shift (values below 1 act as 1) and returns the one used; with fixed_accel it is not
+// raised and a zero pivot stops the job. Returns the number of restarts.
+int incomplete_cholesky(int n, const int *row_head_pointers, const int *index, const double *lower, double *L,
+                        double *Diag, double &alpha, int fixed_accel);
+int incomplete_lu(int n, const int *row_head_pointers, const int *index, const double *lower,
+                  const double *upper, double *L, double *U, double *Diag, double &alpha, int fixed_accel);
+int incomplete_cholesky_complex(int n, const int *row_head_pointers, const int *index, const double *lower,
+                                double *L, double *Diag, double &alpha, int fixed_accel);
+
+// y = A x for a symmetric matrix stored by its lower triangle (0-based columns). no_elements is
+// not needed by the compressed form and may be null.
+void matrix_vector_product(int n, const int *row_head_pointers, const int *no_elements, const int *index,
+                           const double *matrix_lower, const double *x, double *y);
+// y += factor A x for an asymmetric matrix; lower and upper swapped give the transpose.
+void asymmetric_vector_product(int n, const int *row_head_pointers, const int *index, const double *lower,
+                               const double *upper, double factor, const double *x, double *y);
+// z = M^-1 r with M = L S U, L unit lower from `L`, U unit upper from `U` (U = L when symmetric),
+// S^-1 = Diag. Swapping L and U gives the transposed preconditioner.
+void forward_backward_substitution(int n, const int *row_head_pointers, const int *index, const double *L,
+                                   const double *U, const double *Diag, const double *r, double *z);
+
+// Subtracts (add = 0) or adds back (add = 1) one from every index entry: the methods work on
+// 0-based columns. The index is shared, so nothing may run between the two calls.
+void toggle_index_base(int size, int *index, int add);
+
+} // namespace tesmora

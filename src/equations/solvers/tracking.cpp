@@ -1,0 +1,155 @@
+// Convergence bookkeeping shared by every method: the norm of the right-hand side, the start
+// checks, the tolerance under a nonlinear loop, the best solution and the divergence counter.
+#include "equations/solvers/solver_internal.hpp"
+
+#include "job/memory.hpp"
+#include "job/report.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace tesmora::solver_detail {
+
+namespace {
+
+constexpr double zero_rhs_norm2 = 1e-30;
+constexpr const char *best_tag = "x_best in solve_sparse_matrix";
+
+// The tightening factor of the nonlinear rule for each method family.
+double tightening(const CG_SOLVE_STATE &cg, TOLERANCE_RULE rule, double err) {
+  switch (rule) {
+  case TOLERANCE_RULE::cg:
+    return std::min(0.2 * err, cg.conv_ratio * err);
+  case TOLERANCE_RULE::bicg:
+    return std::min(0.01 * err, cg.conv_ratio * err);
+  case TOLERANCE_RULE::bicgstab_symmetric:
+    return std::min(0.01 * err, err * cg.convergence / cg.non_linear_conv);
+  case TOLERANCE_RULE::complex:
+    return std::min(static_cast<double>(0.01f) * err, cg.conv_ratio * err);
+  }
+  return cg.convergence;
+}
+
+void write_line(const ITERATION_TRACK &track, std::FILE *stream, int k, double err) {
+  write_report(stream, track.line_format, k, err);
+}
+
+} // namespace
+
+bool take_rhs_norm(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, const double *rhs, double *x) {
+  if (cg.recompute_norm) {
+    const double *v = cg.norm_vector ? cg.norm_vector : rhs;
+    cg.rhs_norm2 = dot(track.length, v, v);
+  }
+  track.b2 = cg.rhs_norm2;
+  if (track.b2 < zero_rhs_norm2) {
+    write_report(track.streams.check, " *** warning *** RHS of equation=0. \n");
+    std::memset(x, 0, sizeof(double) * static_cast<std::size_t>(track.length));
+    cg.status = 1;
+    cg.error = 0.0;
+    cg.iterations = 0;
+    return false;
+  }
+  return true;
+}
+
+bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule, double err,
+                 const double *x) {
+  cg.first_error = err;
+  const bool no_iteration_needed =
+      cg.in_nonlinear && err < cg.convergence && (cg.check_flag == 0 || cg.restart_type3);
+  if (std::isnan(err)) {
+    write_line(track, track.streams.output, 0, err);
+    write_line(track, track.streams.check, 0, err);
+    cg.error = err;
+    return false;
+  }
+  if (err == 0.0) { // an exact start
+    cg.error = 0.0;
+    cg.iterations = 0;
+    cg.status = no_iteration_needed ? -1 : 1;
+    return false;
+  }
+  track.x_best = calloc_double(static_cast<std::uint64_t>(track.length), best_tag);
+  std::memcpy(track.x_best, x, sizeof(double) * static_cast<std::size_t>(track.length));
+  track.best = err;
+  track.best_iteration = 0;
+  track.counter = 0;
+  write_line(track, track.streams.output, 0, err);
+  write_line(track, track.streams.check, 0, err);
+  track.tol = cg.convergence;
+  if (cg.in_nonlinear) {
+    if (no_iteration_needed) {
+      cg.error = err;
+      cg.status = -1;
+      return false;
+    }
+    track.tol = tightening(cg, rule, err);
+    if (track.tol < cg.convergence && cg.check_flag == 0) track.tol = cg.convergence;
+  }
+  if (err < track.tol) {
+    cg.error = err;
+    cg.status = 1;
+    cg.iterations = 0;
+    return false;
+  }
+  return true;
+}
+
+int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x) {
+  write_line(track, track.streams.check, k, err);
+  if (k % 50 == 0 && track.streams.output) {
+    write_line(track, track.streams.output, k, err);
+    std::fflush(track.streams.output);
+  }
+  if (err < track.best) {
+    track.best = err;
+    std::memcpy(track.x_best, x, sizeof(double) * static_cast<std::size_t>(track.length));
+    track.best_iteration = k;
+    track.counter = 0;
+  } else if (err >= track.best * cg.div_factor) {
+    ++track.counter;
+  } else {
+    track.counter = 0;
+  }
+  if (err < track.tol) {
+    cg.status = 1;
+    return 1;
+  }
+  if (track.counter > cg.div_iterations) {
+    cg.status = 0;
+    write_line(track, track.streams.output, k, err);
+    return -1;
+  }
+  return 0;
+}
+
+void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x) {
+  std::memcpy(x, track.x_best, sizeof(double) * static_cast<std::size_t>(track.length));
+  cg.error = track.best;
+  cg.iterations = track.best_iteration;
+  cg.total_iterations += k;
+}
+
+void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err) {
+  if (limit_ran_out) {
+    write_report(track.streams.check, "*** ICCG not converged ***\n");
+    write_report(track.streams.output, "*** ICCG not converged ***\n\n");
+  }
+  write_report(track.streams.check, "*** ICCG converged ***\n");
+  write_report(track.streams.check,
+               err < track.tol ? "*** ICCG converges ***\n" : "*** ICCG does not converge***\n");
+}
+
+void free_track(ITERATION_TRACK &track) {
+  free_named(track.x_best, best_tag);
+  track.x_best = nullptr;
+}
+
+int iteration_limit(const CG_SOLVE_STATE &cg, int n) {
+  if (cg.solver == 4) return n + 10;
+  return cg.max_iterations != 0 ? cg.max_iterations : n + 10;
+}
+
+} // namespace tesmora::solver_detail

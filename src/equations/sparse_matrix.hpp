@@ -1,0 +1,102 @@
+// SPARSE_MATRIX (a profile with its values, factors and renumbering), SPARSE_VECTOR, the packed
+// SYMMETRIC_MATRIX, and the two-array addition of asymmetric assembly.
+//
+// Values follow the type-1 profile: matrix_lower[k] is entry (row, index[k]) with the diagonal as
+// the last entry of each row. matrix_upper holds the strict upper part by rows of the transpose:
+// at the place of (i,j), i > j, it holds a_ji; its diagonal equals the lower one. A complex matrix
+// stores (real, imaginary) pairs, so each value array is twice as long.
+#pragma once
+
+#include "equations/matrix_profile.hpp"
+#include "job/ffile.hpp"
+
+namespace tesmora {
+
+// What make_sparse_matrix needs to know of the equation.
+struct SPARSE_MATRIX_OPTIONS {
+  int solver = 0;          // solver code as stored (see iccg.hpp); decides use_factor
+  int scaling = 0;         // 1: diagonal scaling before each factorisation
+  int asymmetric = 0;      // 1: matrix_upper and U exist
+  int is_complex = 0;      // 1: values are (real, imaginary) pairs
+  int moving = 0;          // 1: a moving mesh: L and Diag always, pattern arrays at double size
+  int renumber_option = 0; // RENUMBERING code (1 levels, 2 AMD) for renumbering at each solve, else 0
+};
+
+struct SPARSE_MATRIX {
+  int dimension = 0;                // rows
+  int size = 0;                     // entries of the lower part
+  int allocated_size = 0;           // capacity of the value arrays (entries), at least size
+  int asymmetric = 0;               // 1 when matrix_upper exists
+  int scaled_option = 0;            // 1 when scaling is asked for
+  int renumber_option = 0;          // RENUMBERING code when renumbered at each solve, else 0
+  int is_scaled = 0;                // the present values are scaled
+  int use_factor = 0;               // the solver needs the incomplete factor
+  int is_factorised = 0;            // the present factor is valid
+  int connected = 1;                // 0 when the renumbering found a split
+  int is_renumbered = 0;            // the renumbered pattern exists for the present pattern
+  int renumbered_before = 0;        // a first renumbering has happened in this run
+  int is_complex = 0;               // values are (real, imaginary) pairs
+  MATRIX_PROFILE profile;           // type 1; arrays "sparse_matrix->profile->..."; double size when moving
+  double *matrix_lower = nullptr;   // allocated_size values (x2 complex); "sparse_matrix->matrix_lower"
+  double *matrix_upper = nullptr;   // the same, when asymmetric; "sparse_matrix->matrix_upper"
+  double *L = nullptr;              // incomplete factor, pattern of matrix_lower; "sparse_matrix->L"
+  double *D = nullptr;              // dimension scaling factors, real; "sparse_matrix->D"
+  double *U = nullptr;              // upper factor when asymmetric; "sparse_matrix->U"
+  int *renumbering_index = nullptr; // dimension old-to-new numbers, 1-based values; when renumber_option
+  double *matrix_lower_renumbered = nullptr; // values in renumbered form; when renumber_option
+  double *matrix_upper_renumbered = nullptr; // the same for the upper part, when also asymmetric
+  SPARSE_MATRIX *next = nullptr;             // sliding-face extension (not built here)
+  double *Diag = nullptr; // dimension (x2 complex): inverse pivots, or the diagonal (solver 1)
+};
+
+// Allocates the record (tag "sparse_matrix"), its profile arrays with all row counts zero, and the
+// value arrays the options ask for. size is the expected entry count of the lower part.
+SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_OPTIONS &options);
+// Frees what the record owns and sets *matrix to null. A shallow copy made to share the pattern
+// must have its shared pointers set to null before it is freed.
+void free_sparse_matrix(SPARSE_MATRIX **matrix);
+// Copies a type-1 profile into the matrix's pattern arrays (they must be large enough).
+void set_sparse_matrix_profile(SPARSE_MATRIX *matrix, const MATRIX_PROFILE *profile);
+
+// The whole preconditioned matrix to a file and back: the flags, the profile, then each of
+// matrix_lower, matrix_upper, D, L, Diag, U behind a word saying whether it is present.
+void write_sparse_matrix(FFILE *file, const SPARSE_MATRIX *matrix);
+SPARSE_MATRIX *read_sparse_matrix(FFILE *file, SPARSE_MATRIX *matrix);
+
+// Two-array rule of asymmetric assembly for entry (i,j), 1-based: i > j to the lower array only,
+// i < j to the upper array only (at the place of (j,i)), i = j to both.
+void add_in_asymmetric(int i, int j, double value, double *lower, double *upper, const int *row_head_pointers,
+                       const int *index);
+
+// A dense vector without its zeros (tag "SPARSE_VECTOR").
+struct SPARSE_VECTOR {
+  int no_elements = 0;
+  int *index = nullptr;     // no_elements positions, 0-based; tag "v->index"
+  double *values = nullptr; // no_elements values; tag "v->values"
+};
+
+SPARSE_VECTOR *make_sparse_vector(int dimension, const double *dense);
+void free_sparse_vector(SPARSE_VECTOR **vector);
+double sparse_vector_value(const SPARSE_VECTOR *vector, int position); // 0.0 where not stored
+double sparse_vector_dot(const SPARSE_VECTOR *vector, const double *dense);
+void add_sparse_vector(const SPARSE_VECTOR *vector, double factor, double *dense); // dense += factor v
+void write_sparse_vector(FFILE *file, const SPARSE_VECTOR *vector);
+SPARSE_VECTOR *read_sparse_vector(FFILE *file);
+
+// A small dense symmetric matrix, lower triangle packed by rows, diagonal included.
+struct SYMMETRIC_MATRIX {
+  int dimension = 0;
+  double *a = nullptr; // dimension (dimension+1)/2 values; entry (i,j), i >= j, 0-based, at i(i+1)/2+j;
+                       // tag "matrix->a"
+};
+
+SYMMETRIC_MATRIX *make_symmetric_matrix(int dimension);
+void free_symmetric_matrix(SYMMETRIC_MATRIX **matrix);
+inline double &symmetric_entry(SYMMETRIC_MATRIX *m, int i, int j) {
+  return i >= j ? m->a[i * (i + 1) / 2 + j] : m->a[j * (j + 1) / 2 + i];
+}
+// Solves in place: the matrix becomes its L D L^T factor, rhs becomes the solution. A zero pivot
+// stops the job with "*** Symmetric matrix  is singular at k=%d. Job is quited\n".
+void solve_symmetric_matrix_equation(SYMMETRIC_MATRIX *matrix, double *rhs);
+
+} // namespace tesmora
