@@ -1,0 +1,138 @@
+// Profile of the model's unknowns and the scatter of element matrices.
+#include "equations/assembly.hpp"
+
+#include "equations/element_matrices.hpp"
+#include "job/block_io.hpp"
+#include "job/memory.hpp"
+
+#include <cstdint>
+#include <vector>
+
+namespace tesmora {
+namespace {
+
+// The volume elements of the chain in list order: record number k is element k - 1.
+std::vector<const V_ELEMENT *> elements_of(const MESHED_MODEL &first_part) {
+  std::vector<const V_ELEMENT *> elements;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k) elements.push_back(&part->v_elements[k]);
+  return elements;
+}
+
+// One row of an element matrix: the terms it expands into and its sign.
+struct ROW_TERMS {
+  const POTENTIAL_TERMS *terms = nullptr;
+  double sign = 1.0;
+};
+
+bool is_edge_kind(int name) { return name == A_EDGE; }
+bool is_node_kind(int name) { return name == PHI_NODE || name == PHI_NODE_SUFCUR; }
+
+// Element rows: edges first (signed), then nodes (when wanted).
+int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+  int n = 0;
+  if (element.edges)
+    for (int i = 0; i < element.type->no_edges; ++i)
+      rows[n++] = ROW_TERMS{element.edges[i]->potentials, ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0};
+  if (with_nodes)
+    for (int k = 0; k < element.type->no_nodes; ++k) rows[n++] = ROW_TERMS{element.nodes[k]->potentials, 1.0};
+  return n;
+}
+
+// Adds K_ij of rows i, j (j <= i) over all pairs of their entries of the kinds the block takes.
+void scatter_pair(const MATRIX_PROFILE &profile, double *values, double k_ij, const ROW_TERMS &ri,
+                  const ROW_TERMS &rj, bool same_row, bool (*row_kind)(int), bool (*column_kind)(int)) {
+  if (!ri.terms || !rj.terms || k_ij == 0.0) return;
+  for (int a = 0; a < ri.terms->no_terms; ++a) {
+    const POTENTIAL_TERM &ta = ri.terms->terms[a];
+    if (!row_kind(ta.name)) continue;
+    const int limit = same_row ? a + 1 : rj.terms->no_terms;
+    for (int b = 0; b < limit; ++b) {
+      const POTENTIAL_TERM &tb = rj.terms->terms[b];
+      if (!column_kind(tb.name)) continue;
+      // A pair of different entries on one variable is met once but counts twice.
+      const double twice = ta.position == tb.position && !(same_row && a == b) ? 2.0 : 1.0;
+      values[location_in_matrix(ta.position, tb.position, profile.row_head_pointers, profile.index)] +=
+          twice * k_ij * ri.sign * rj.sign * ta.coefficient * tb.coefficient;
+    }
+  }
+}
+
+// Reads one record; false at the closing -1 or the end of the file.
+bool read_record(FFILE *file, std::int32_t *number, std::vector<double> &values) {
+  if (read_blocks(number, sizeof *number, 1, file) != 1 || *number < 0) return false;
+  std::int32_t count = 0;
+  if (read_blocks(&count, sizeof count, 1, file) != 1) return false;
+  values.resize(static_cast<std::size_t>(count));
+  return count == 0 ||
+         read_blocks(values.data(), sizeof(double), static_cast<std::uint64_t>(count), file) == 1;
+}
+
+double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
+                     bool with_nodes, const char *tag) {
+  auto *values = calloc_double(static_cast<std::uint64_t>(profile.size), tag);
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  std::vector<double> packed;
+  std::int32_t number = 0;
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  while (read_record(file, &number, packed)) {
+    const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
+    const int edges = element.edges ? element.type->no_edges : 0;
+    const bool nodes = with_nodes && packed.size() > static_cast<std::size_t>(edges * (edges + 1) / 2);
+    const int n = element_rows(element, nodes, rows);
+    for (int i = 0; i < n; ++i)
+      for (int j = 0; j <= i; ++j) {
+        const bool row_is_node = i >= edges;
+        const bool column_is_node = j >= edges;
+        scatter_pair(profile, values, packed[static_cast<std::size_t>(packed_index(i, j))], rows[i], rows[j],
+                     i == j, row_is_node ? is_node_kind : is_edge_kind,
+                     column_is_node ? is_node_kind : is_edge_kind);
+      }
+  }
+  return values;
+}
+
+} // namespace
+
+MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only) {
+  PROFILE_LISTS *lists = make_profile_lists(no_unknowns);
+  CONNECTION_VECTOR *vector = make_connection_vector(81);
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  for (const V_ELEMENT *element : elements_of(first_part)) {
+    clear_connection_vector(vector);
+    const int n = element_rows(*element, !a_only, rows);
+    for (int i = 0; i < n; ++i)
+      for (int k = 0; rows[i].terms && k < rows[i].terms->no_terms; ++k) {
+        const POTENTIAL_TERM &term = rows[i].terms->terms[k];
+        if (is_edge_kind(term.name) || (!a_only && is_node_kind(term.name)))
+          add_to_connection_vector(vector, term.position);
+      }
+    add_connections(lists, vector);
+  }
+  MATRIX_PROFILE *profile = make_matrix_profile(no_unknowns, type);
+  build_profile(profile, lists);
+  free_connection_vector(&vector);
+  free_profile_lists(&lists);
+  return profile;
+}
+
+double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {
+  return scatter_file(profile, first_part, file, false, "h_matrix");
+}
+
+double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
+                          bool a_only) {
+  return scatter_file(profile, first_part, file, !a_only, "c_matrix");
+}
+
+double quadratic_form(const MATRIX_PROFILE &profile, const double *values, const double *x) {
+  double sum = 0.0;
+  for (int row = 0; row < profile.dimension; ++row)
+    for (int k = profile.row_head_pointers[row]; k < profile.row_head_pointers[row + 1]; ++k) {
+      const int column = profile.index[k] - 1;
+      sum += (column == row ? 1.0 : 2.0) * values[k] * x[row] * x[column];
+    }
+  return sum;
+}
+
+} // namespace tesmora

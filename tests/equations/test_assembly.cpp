@@ -1,0 +1,189 @@
+// Assembly of the global curl-curl and conductivity matrices on structured meshes: the gradient
+// kernel, the energy as the sum of the element energies, and the doubling rule.
+#include "equations/assembly.hpp"
+#include "equations/element_matrices.hpp"
+#include "input/control_data_writable.hpp"
+#include "job/memory.hpp"
+#include "job/run_files.hpp"
+#include "materials/material_tables.hpp"
+#include "mesh/gauss.hpp"
+#include "mesh/mesh_builder.hpp"
+#include "mesh/model_building.hpp"
+#include "mesh/potentials.hpp"
+
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+using namespace tesmora;
+using namespace tesmora::testing;
+
+namespace {
+
+class Assembly : public ::testing::Test {
+protected:
+  void SetUp() override {
+    writable_control_data() = CONTROL_DATA{};
+    writable_control_data().release = 12.0;
+    read_material_cards(
+        files.open_card_text("materials", "2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n"), 1);
+    make_gauss(3, 7, 5);
+  }
+  void TearDown() override {
+    free_matrix_profile(&profile);
+    free_gauss(active_gauss());
+    free_model_arrays(model);
+    free_potential_store();
+  }
+  // A model with every edge free (no tree, natural boundary), its element files and profile.
+  void make(const MESH_BUILDER &builder, bool a_only) {
+    model = builder.build();
+    BOUNDARY_DATA boundary;
+    boundary.far_boundary_condition = 1;
+    make_model(model, boundary, -1, false);
+    VARIABLE_OPTIONS variables;
+    variables.far_boundary_condition = 1;
+    variables.uses_phi = !a_only;
+    no_unknowns = make_variables(model, variables);
+    options.a_only = a_only;
+    make_element_matrices(model, options);
+    profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, a_only);
+  }
+  double *assemble(FFILE *file, bool h) {
+    open_ffile(file, "r");
+    double *values = h ? assemble_h_matrix(*profile, model, file)
+                       : assemble_c_matrix(*profile, model, file, options.a_only);
+    close_ffile(file);
+    return values;
+  }
+  ScopedJobFiles files;
+  MESHED_MODEL model;
+  MATRIX_PROFILE *profile = nullptr;
+  ELEMENT_MATRIX_OPTIONS options;
+  int no_unknowns = 0;
+};
+
+// The unknowns of a vector on edges: the A term's position of each edge.
+std::vector<double> to_unknowns(const MESHED_MODEL &m, int n, const std::vector<double> &on_edges) {
+  std::vector<double> x(static_cast<std::size_t>(n), 0.0);
+  for (int e = 0; e < m.no_edges; ++e)
+    if (const POTENTIAL_TERM *t = find_potential_term(m.edges[e].potentials, A_EDGE))
+      x[static_cast<std::size_t>(t->position - 1)] = t->coefficient * on_edges[static_cast<std::size_t>(e)];
+  return x;
+}
+
+// Sum of the element energies of a vector on edges, each element's values signed by its edges.
+double element_energy_sum(const MESHED_MODEL &m, const std::vector<double> &on_edges,
+                          const ELEMENT_MATRIX_OPTIONS &o, bool h) {
+  ELEMENT_MATRICES *matrices = new ELEMENT_MATRICES;
+  TRANSFORM_SCRATCH scratch;
+  double sum = 0.0;
+  for (int k = 0; k < m.no_v_elements; ++k) {
+    const V_ELEMENT &element = m.v_elements[k];
+    element_matrices(element, o, *matrices, scratch);
+    if ((h ? matrices->h_count : matrices->c_count) == 0) continue;
+    std::vector<double> x(static_cast<std::size_t>(element.type->no_edges));
+    std::vector<int> sign(x.size());
+    for (int i = 0; i < element.type->no_edges; ++i) {
+      x[static_cast<std::size_t>(i)] = on_edges[static_cast<std::size_t>(element.edges[i]->id - 1)];
+      sign[static_cast<std::size_t>(i)] = ((element.edge_direction >> i) & 1u) ? 1 : -1;
+    }
+    sum += element_energy_real(h ? matrices->h : matrices->c, element.type->no_edges, x.data(), sign.data());
+  }
+  delete matrices;
+  return sum;
+}
+
+} // namespace
+
+TEST_F(Assembly, CurlCurlOfTetrahedraAndHexahedra) {
+  for (const bool tetrahedra : {true, false}) {
+    SCOPED_TRACE(tetrahedra ? "tetrahedra" : "hexahedra");
+    free_matrix_profile(&profile);
+    free_model_arrays(model);
+    make(tetrahedra ? MESH_BUILDER::tetrahedra(3, 0.1) : MESH_BUILDER::hexahedra(3, 0.1), true);
+    ASSERT_EQ(no_unknowns, model.no_edges);
+    double *h = assemble(run_files().element_h_matrices, true);
+    // The circulations of a gradient are differences of nodal values: H a = 0.
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> value(-1.0, 1.0);
+    std::vector<double> phi(static_cast<std::size_t>(model.no_nodes));
+    for (double &p : phi) p = value(random);
+    std::vector<double> gradient(static_cast<std::size_t>(model.no_edges));
+    for (int e = 0; e < model.no_edges; ++e)
+      gradient[static_cast<std::size_t>(e)] =
+          phi[static_cast<std::size_t>(model.edges[e].end - model.nodes)] -
+          phi[static_cast<std::size_t>(model.edges[e].start - model.nodes)];
+    const std::vector<double> g = to_unknowns(model, no_unknowns, gradient);
+    std::vector<double> hg(g.size(), 0.0);
+    double largest = 0.0;
+    for (int row = 0; row < profile->dimension; ++row)
+      for (int k = profile->row_head_pointers[row]; k < profile->row_head_pointers[row + 1]; ++k) {
+        const int column = profile->index[k] - 1;
+        hg[static_cast<std::size_t>(row)] += h[k] * g[static_cast<std::size_t>(column)];
+        if (column != row) hg[static_cast<std::size_t>(column)] += h[k] * g[static_cast<std::size_t>(row)];
+        largest = std::max(largest, std::fabs(h[k]));
+      }
+    for (double r : hg) EXPECT_LT(std::fabs(r), 1e-10 * largest); // round-off of sums of order 10 terms
+    // A random vector: the global energy is the sum of the element energies.
+    std::vector<double> a(static_cast<std::size_t>(model.no_edges));
+    for (double &v : a) v = value(random);
+    expect_close(quadratic_form(*profile, h, to_unknowns(model, no_unknowns, a).data()),
+                 element_energy_sum(model, a, options, true), 1e-11, 0.0); // rounding of the sums
+    free_named(h, "h_matrix");
+  }
+}
+
+TEST_F(Assembly, ConductivityWithPhiRows) {
+  make(MESH_BUILDER::hexahedra(2, 0.1), false);
+  EXPECT_GT(no_unknowns, model.no_edges); // conductor nodes carry phi
+  double *c = assemble(run_files().element_c_matrices, false);
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> value(-1.0, 1.0);
+  std::vector<double> a(static_cast<std::size_t>(model.no_edges));
+  for (double &v : a) v = value(random);
+  // On the edge unknowns alone the global form is the sum over the conducting elements.
+  ELEMENT_MATRIX_OPTIONS edges_only = options;
+  expect_close(quadratic_form(*profile, c, to_unknowns(model, no_unknowns, a).data()),
+               element_energy_sum(model, a, edges_only, false), 1e-11, 0.0);
+  // A constant phi has no gradient: its phi columns sum to nothing in the node-node block.
+  std::vector<double> x(static_cast<std::size_t>(no_unknowns), 0.0);
+  for (int i = 0; i < model.no_nodes; ++i)
+    if (const POTENTIAL_TERM *t = find_potential_term(model.nodes[i].potentials, PHI_NODE))
+      x[static_cast<std::size_t>(t->position - 1)] = 1.0;
+  EXPECT_LT(std::fabs(quadratic_form(*profile, c, x.data())), 1e-6); // sigma |grad 1|^2 = 0
+  free_named(c, "c_matrix");
+}
+
+TEST_F(Assembly, PairOfEntriesOnOneVariableCountsTwice) {
+  // One hexahedron whose second edge is tied to the first one's unknown, as a periodic image is:
+  // the form at that unknown is K00 + 2 s0 s1 K01 + K11 (the off-diagonal term met twice).
+  model = MESH_BUILDER::hexahedra(1, 0.1).build();
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(model, boundary, -1, false);
+  VARIABLE_OPTIONS variables;
+  variables.far_boundary_condition = 1;
+  no_unknowns = make_variables(model, variables);
+  const V_ELEMENT &element = model.v_elements[0];
+  POTENTIAL_TERM &first = element.edges[0]->potentials->terms[0];
+  POTENTIAL_TERM &second = element.edges[1]->potentials->terms[0];
+  second.position = first.position;
+  make_element_matrices(model, options);
+  profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, true);
+  double *h = assemble(run_files().element_h_matrices, true);
+  ELEMENT_MATRICES *matrices = new ELEMENT_MATRICES;
+  TRANSFORM_SCRATCH scratch;
+  element_matrices(element, options, *matrices, scratch);
+  const double s0 = (element.edge_direction & 1u) ? 1.0 : -1.0;
+  const double s1 = ((element.edge_direction >> 1) & 1u) ? 1.0 : -1.0;
+  const double expected = matrices->h[packed_index(0, 0)] + 2.0 * s0 * s1 * matrices->h[packed_index(1, 0)] +
+                          matrices->h[packed_index(1, 1)];
+  const int v = first.position;
+  expect_close(h[location_in_matrix(v, v, profile->row_head_pointers, profile->index)], expected, 1e-14, 0.0);
+  delete matrices;
+  free_named(h, "h_matrix");
+}
