@@ -1,0 +1,5 @@
+// placeholder
+#include "mesh/mesh_converters.hpp"
+namespace tesmora {
+void convert_neutral(const char *, const char *, CONVERT_FAULT &) {}
+} // namespace tesmora
