@@ -60,6 +60,18 @@ char *read_converter_line(char *buffer, std::FILE *stream) {
   return std::fgets(buffer, card_length + 2, stream);
 }
 
+void put_ordered_element(PRE_GEOM_WRITER &writer, int id, int code, int mat_id,
+                         std::span<const int> input_node_order, std::span<const int> foreign_order,
+                         const int *foreign_nodes) {
+  int local[32] = {}; // node identity of each local node, 1-based
+  for (std::size_t i = 0; i < foreign_order.size(); ++i)
+    if (foreign_order[i] > 0 && foreign_order[i] < 32) local[foreign_order[i]] = foreign_nodes[i];
+  int native[32] = {};
+  const int n = static_cast<int>(input_node_order.size());
+  for (int p = 0; p < n && p < 32; ++p) native[p] = local[input_node_order[static_cast<std::size_t>(p)]];
+  put_element(writer, id, code, mat_id, native, n);
+}
+
 namespace {
 
 // Moves `at` to the next word, reading lines as needed; false at the end of the file.

@@ -5,6 +5,8 @@
 #include "job/ffile.hpp"
 #include "mesh/mesh_converters.hpp"
 
+#include <span>
+
 namespace tesmora {
 
 // The input file opened for reading and the native text opened for writing; a file that can't
@@ -32,6 +34,13 @@ void field_text(const char *line, int column, int width, char *out);
 double read_foreign_real(const char *text);
 // The next line into buffer (size card_length + 2); null at the end of the file.
 char *read_converter_line(char *buffer, std::FILE *stream);
+
+// Writes an element whose node identities come in a foreign order: foreign slot i holds local
+// node foreign_order[i] (1-based; 0 marks a slot the format leaves empty). The native file
+// order is then made through the type's input_node_order.
+void put_ordered_element(PRE_GEOM_WRITER &writer, int id, int code, int mat_id,
+                         std::span<const int> input_node_order, std::span<const int> foreign_order,
+                         const int *foreign_nodes);
 
 // Numbers read one by one across lines, with whole lines skipped where a format has text.
 struct WORD_READER {
