@@ -1,0 +1,84 @@
+// Benchmark of the native mesh reader on a generated mesh of about one million tetrahedra:
+// read time, and the process's peak resident memory after the read.
+#include "job/ffile.hpp"
+#include "job/job_options_writable.hpp"
+#include "mesh/mesh_converters.hpp"
+#include "mesh/mesh_reader.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+using namespace tesmora;
+
+namespace {
+
+// A cube of n^3 cells, each split into 6 tetrahedra along its main diagonal (Kuhn split),
+// written as a native text with the nodes in reverse order, so the reader has to sort them.
+void write_tetra_cube(const std::string &path, int n) {
+  std::FILE *out = std::fopen(path.c_str(), "w");
+  const int p = n + 1;
+  const auto id = [p](int i, int j, int k) { return 1 + i + p * (j + p * k); };
+  write_grid_header(out);
+  for (int k = p - 1; k >= 0; --k)
+    for (int j = p - 1; j >= 0; --j)
+      for (int i = p - 1; i >= 0; --i) write_node(out, id(i, j, k), i * 1.0 / n, j * 1.0 / n, k * 1.0 / n);
+  write_end(out);
+  write_conc_header(out);
+  // The six paths from corner 000 to 111, one per tetrahedron.
+  const int steps[6][2][3] = {{{1, 0, 0}, {1, 1, 0}}, {{1, 0, 0}, {1, 0, 1}}, {{0, 1, 0}, {1, 1, 0}},
+                              {{0, 1, 0}, {0, 1, 1}}, {{0, 0, 1}, {1, 0, 1}}, {{0, 0, 1}, {0, 1, 1}}};
+  int element = 0;
+  for (int k = 0; k < n; ++k)
+    for (int j = 0; j < n; ++j)
+      for (int i = 0; i < n; ++i)
+        for (const auto &s : steps) {
+          int nodes[4] = {id(i, j, k), id(i + s[0][0], j + s[0][1], k + s[0][2]),
+                          id(i + s[1][0], j + s[1][1], k + s[1][2]), id(i + 1, j + 1, k + 1)};
+          write_element(out, ++element, 304, 1 + (i * 2) / n, nodes, 4);
+        }
+  write_end(out);
+  std::fclose(out);
+}
+
+long peak_rss_kib() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+} // namespace
+
+static void BM_ReadPreGeomMillionTetrahedra(benchmark::State &state) {
+  const int n = static_cast<int>(state.range(0));
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("tesmora_bench_mesh_" + std::to_string(getpid()));
+  std::filesystem::create_directories(folder);
+  writable_job_options().work_directory = folder.string() + "/";
+  write_tetra_cube((folder / "pre_geom").string(), n);
+  const MESH_READ_SETTINGS settings{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0};
+  const long rss_before = peak_rss_kib();
+  int elements = 0;
+  for (auto _ : state) {
+    MESHED_MODEL mesh;
+    FFILE *file = create_ffile("pre_geom", 0);
+    open_ffile(file, "r");
+    read_pre_geom(mesh, file, 0, 0, settings);
+    free_ffile(file, "ffile");
+    elements = mesh.no_v_elements;
+    benchmark::DoNotOptimize(mesh.nodes);
+    free_mesh_arrays(mesh);
+  }
+  state.counters["elements"] = elements;
+  state.counters["file_MB"] = static_cast<double>(std::filesystem::file_size(folder / "pre_geom")) / 1.0e6;
+  state.counters["peak_rss_MB_before"] = static_cast<double>(rss_before) / 1024.0;
+  state.counters["peak_rss_MB"] = static_cast<double>(peak_rss_kib()) / 1024.0;
+  std::filesystem::remove_all(folder);
+}
+// 6 x 55^3 = 998250 tetrahedra on 56^3 = 175616 nodes.
+BENCHMARK(BM_ReadPreGeomMillionTetrahedra)->Arg(55)->Unit(benchmark::kSecond)->Iterations(3);

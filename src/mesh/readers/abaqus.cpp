@@ -1,0 +1,161 @@
+// ABAQUS input files: the "*NODE" list and "*ELEMENT" lists whose TYPE gives the native code
+// and whose ELSET name ends in the mat_id.
+#include "mesh/readers/converter_support.hpp"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+namespace tesmora {
+namespace {
+
+struct ABAQUS_TYPE {
+  const char *name; // the TYPE= word
+  int code;
+  int no_nodes;
+};
+
+constexpr ABAQUS_TYPE abaqus_types[] = {
+    {"B31", 102, 2},  {"S3", 203, 3},     {"S3R", 203, 3},  {"S4", 204, 4},
+    {"S8R", 208, 8},  {"C3D4", 304, 4},   {"C3D5", 305, 5}, {"C3D6", 306, 6},
+    {"C3D8", 308, 8}, {"C3D20", 320, 20}, {"MASS", 101, 1},
+};
+// ABAQUS: corners, lower mid nodes, upper mid nodes, vertical mid nodes. Native: the lower ring
+// corner by corner with its mid nodes, the vertical mid nodes, the upper ring.
+constexpr int hexa20_order[20] = {0, 8, 1, 9, 2, 10, 3, 11, 16, 17, 18, 19, 4, 12, 5, 13, 6, 14, 7, 15};
+constexpr int quad8_order[8] = {0, 4, 1, 5, 2, 6, 3, 7};
+constexpr int max_nodes_per_line = 15;
+
+// The value of `key=` in a keyword line (up to the next comma), folded to upper case.
+bool keyword_value(const char *line, const char *key, char *out, int size) {
+  const std::size_t key_length = std::strlen(key);
+  for (const char *p = line; *p; ++p) {
+    if (!begins_with(p, key) || (p != line && std::isalnum(static_cast<unsigned char>(p[-1])))) continue;
+    p += key_length;
+    while (*p == ' ') ++p;
+    int n = 0;
+    while (*p && *p != ',' && *p != '\r' && *p != '\n' && n < size - 1)
+      if (*p != ' ')
+        out[n++] = static_cast<char>(std::toupper(static_cast<unsigned char>(*p++)));
+      else
+        ++p;
+    out[n] = '\0';
+    return true;
+  }
+  return false;
+}
+
+// The number that ends a set name ("Volume12" gives 12); 0 when it ends in no digit.
+int trailing_number(const char *name) {
+  const char *end = name + std::strlen(name);
+  const char *p = end;
+  while (p > name && std::isdigit(static_cast<unsigned char>(p[-1]))) --p;
+  return p == end ? 0 : std::atoi(p);
+}
+
+bool is_keyword_line(const char *line) { return line[0] == '*'; }
+
+// Integers of a comma-separated data line into values[count..]; returns the new count.
+int read_integers(const char *line, int *values, int count, int capacity) {
+  const char *p = line;
+  while (*p && count < capacity) {
+    char *end = nullptr;
+    const long v = std::strtol(p, &end, 10);
+    if (end == p) break;
+    values[count++] = static_cast<int>(v);
+    p = end;
+    while (*p == ' ' || *p == ',' || *p == '\t') ++p;
+    if (*p == '\r' || *p == '\n') break;
+  }
+  return count;
+}
+
+// Reads the element lines after an "*ELEMENT," line; returns false with the fault set on a card
+// error. `line` holds the keyword line that ended the list when it returns true.
+bool convert_element_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, CONVERT_FAULT &fault,
+                          bool &have_line) {
+  char type_name[64] = {}, set_name[128] = {};
+  keyword_value(line, "TYPE=", type_name, sizeof type_name);
+  keyword_value(line, "ELSET=", set_name, sizeof set_name);
+  const ABAQUS_TYPE *type = nullptr;
+  for (const ABAQUS_TYPE &t : abaqus_types)
+    if (std::strcmp(t.name, type_name) == 0) type = &t;
+  const int mat_id = trailing_number(set_name);
+  if (!type || mat_id < 1) {
+    set_convert_fault(fault, line);
+    return false;
+  }
+  have_line = false;
+  while (read_converter_line(line, in)) {
+    if (is_keyword_line(line)) {
+      have_line = true;
+      return true;
+    }
+    int values[1 + 2 * max_nodes_per_line] = {};
+    int count = read_integers(line, values, 0, 1 + type->no_nodes);
+    if (count == 0) continue;
+    // Up to 15 nodes stand on the element's line; the rest come on the next line.
+    while (count < 1 + type->no_nodes) {
+      if (!read_converter_line(line, in) || is_keyword_line(line)) {
+        set_convert_fault(fault, line);
+        return false;
+      }
+      count = read_integers(line, values, count, 1 + type->no_nodes);
+    }
+    int *nodes = values + 1;
+    if (type->code == 320 || type->code == 208) {
+      const std::span<const int> order =
+          type->code == 320 ? std::span<const int>(hexa20_order) : std::span<const int>(quad8_order);
+      int ordered[20];
+      for (std::size_t i = 0; i < order.size(); ++i) ordered[i] = nodes[order[i]];
+      put_element(writer, values[0], type->code, mat_id, ordered, type->no_nodes);
+      continue;
+    }
+    put_element(writer, values[0], type->code, mat_id, nodes, type->no_nodes);
+  }
+  return true;
+}
+
+void convert_node_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, bool &have_line) {
+  have_line = false;
+  while (read_converter_line(line, in)) {
+    if (is_keyword_line(line)) {
+      have_line = true;
+      return;
+    }
+    char *end = nullptr;
+    const long id = std::strtol(line, &end, 10);
+    if (end == line) continue;
+    double xyz[3] = {};
+    const char *p = end;
+    for (double &v : xyz) {
+      while (*p == ' ' || *p == ',' || *p == '\t') ++p;
+      v = read_foreign_real(p);
+      while (*p && *p != ',') ++p;
+    }
+    put_node(writer, static_cast<int>(id), xyz[0], xyz[1], xyz[2]);
+  }
+}
+
+} // namespace
+
+void convert_abaqus(const char *in_name, const char *out_name, CONVERT_FAULT &fault) {
+  CONVERTER_FILES files(in_name, out_name);
+  char line[card_length + 2];
+  bool have_line = read_converter_line(line, files.in()) != nullptr;
+  while (have_line) {
+    const bool node_list = begins_with(line, "*NODE") &&
+                           (line[5] == ',' || std::isspace(static_cast<unsigned char>(line[5])) || !line[5]);
+    if (node_list) {
+      convert_node_list(files.in(), line, files.writer, have_line);
+    } else if (begins_with(line, "*ELEMENT,")) {
+      if (!convert_element_list(files.in(), line, files.writer, fault, have_line)) return;
+    } else {
+      have_line = read_converter_line(line, files.in()) != nullptr;
+    }
+  }
+  finish_pre_geom(files.writer);
+}
+
+} // namespace tesmora
