@@ -1,10 +1,27 @@
 // The stage functions of the driver. Each subsystem hangs its work on the step of its stage.
 #include "job/stages.hpp"
 
+#include "equations/assembly.hpp"
+#include "equations/element_matrices.hpp"
+#include "equations/matrix_profile.hpp"
+#include "equations/renumbering.hpp"
 #include "input/control_data.hpp"
+#include "input/solver_settings.hpp"
+#include "job/block_io.hpp"
+#include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "mesh/boundary.hpp"
+#include "mesh/mesh_reader.hpp"
+#include "mesh/model_building.hpp"
+#include "mesh/model_report.hpp"
+#include "mesh/potentials.hpp"
+#include "mesh/saved_model.hpp"
 #include "results/json_report.hpp"
+#include "sources/field_sources.hpp"
+
+#include <string>
+#include <vector>
 
 namespace tesmora {
 namespace {
@@ -16,12 +33,82 @@ namespace {
   stop_job(1);
 }
 
+// What the element matrices and the numbering take from the potential mode of the job.
+bool job_a_only(const CONTROL_DATA &c) { return c.POTENTIAL <= 1; }
+bool job_scalar_regions(const CONTROL_DATA &c) { return c.POTENTIAL == 1 || c.POTENTIAL == 3; }
+
+ELEMENT_MATRIX_OPTIONS element_matrix_options(const CONTROL_DATA &c) {
+  ELEMENT_MATRIX_OPTIONS options;
+  options.a_only = job_a_only(c);
+  options.scalar_only = c.POTENTIAL == 4;
+  options.ac_mode = c.ac_mode;
+  options.ac_time_domain = c.ac_time_domain != 0;
+  return options;
+}
+
+VARIABLE_OPTIONS variable_options(const CONTROL_DATA &c) {
+  VARIABLE_OPTIONS options;
+  options.far_boundary_condition = boundary_data().far_boundary_condition;
+  options.uses_phi = !job_a_only(c) && !c.is_static;
+  options.sliding = c.sliding_motion != 0;
+  options.nonconformal = c.mesh_connection == 2;
+  options.electric_mode_2 = c.electric_kind == 2;
+  return options;
+}
+
+// Gives every term of the model's chain its new position, for the kinds that are matrix rows.
+void apply_renumbering(MESHED_MODEL &first_part, const std::vector<int> &new_number) {
+  auto renumber = [&](POTENTIAL_TERMS *terms) {
+    for (int k = 0; terms && k < terms->no_terms; ++k) {
+      POTENTIAL_TERM &t = terms->terms[k];
+      if (t.name != A_EDGE_SOURCE && t.name != A_EDGE_GIVEN && t.name != FREE_TERM)
+        t.position = new_number[static_cast<std::size_t>(t.position - 1)];
+    }
+  };
+  for (MESHED_MODEL *part = &first_part; part; part = part->next) {
+    for (int e = 0; e < part->no_edges; ++e) renumber(part->edges[e].potentials);
+    for (int i = 0; i < part->no_nodes; ++i) renumber(part->nodes[i].potentials);
+  }
+}
+
+void print_mesh_tables(std::FILE *output, const MESHED_MODEL &first_part) {
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next) {
+    print_nodes(output, *part);
+    print_edges(output, *part);
+    print_v_elements(output, *part);
+    print_s_elements(output, *part);
+  }
+}
+
 } // namespace
 
 void pre_processing() {
-  if (control_data().PRE_PROCESSING != 0)
-    stop_at_unavailable_stage("mesh reading of the pre-processing stage");
+  const CONTROL_DATA &control = control_data();
+  bind_field_sources();
+  MESHED_MODEL &model = global_model();
   std::FILE *output = run_files().print_out->stream;
+  if (control.PRE_PROCESSING != 0) {
+    read_mesh(model);
+    if (control.PRE_PROCESSING > 0) {
+      for (MESHED_MODEL *part = &model; part; part = part->next)
+        bind_model_materials(*part, job_scalar_regions(control));
+      make_element_matrices(model, element_matrix_options(control));
+      make_model(model, boundary_data(), control.TREE_GAUGE, job_scalar_regions(control));
+      for (MESHED_MODEL *part = &model; part; part = part->next) compute_element_geometry(*part);
+      // Later runs of a split job read the model back from here.
+      open_ffile(run_files().mesh_data, "w");
+      save_model(model, run_files().mesh_data);
+      close_ffile(run_files().mesh_data);
+    }
+  } else {
+    open_ffile(run_files().mesh_data, "r");
+    restore_model(model, run_files().mesh_data);
+    close_ffile(run_files().mesh_data);
+    for (MESHED_MODEL *part = &model; part; part = part->next)
+      bind_model_materials(*part, job_scalar_regions(control));
+  }
+  if (control.print.MESH) print_mesh_tables(output, model);
+  std::fflush(output);
   // The post files these lines announce are written only when their outputs are selected.
   write_report(output, "finish elem_file\n");
   std::fflush(output);
@@ -32,8 +119,51 @@ void pre_processing() {
 }
 
 void make_system_matrices() {
-  if (control_data().MAKE_SYSTEM_MATRICES == 0) return;
-  stop_at_unavailable_stage("matrix stage");
+  const CONTROL_DATA &control = control_data();
+  if (control.MAKE_SYSTEM_MATRICES == 0) return;
+  MESHED_MODEL &model = global_model();
+  const bool a_only = job_a_only(control);
+  int no_unknowns = make_variables(model, variable_options(control));
+  const int renumbering = solver_settings().cg_iteration.renumbering - 1;
+  if (renumbering > 0 && no_unknowns > 0 && !control.sliding_motion && control.mesh_connection != 2) {
+    MATRIX_PROFILE *full = build_model_profile(model, no_unknowns, profile_full, a_only);
+    std::vector<int> new_number(static_cast<std::size_t>(no_unknowns));
+    auto *work = calloc_int(4 * static_cast<std::uint64_t>(no_unknowns), "work for renumber_variables");
+    renumber_variables(full, renumbering, new_number.data(), work);
+    free_named(work, "work for renumber_variables");
+    free_matrix_profile(&full);
+    apply_renumbering(model, new_number);
+  }
+  MATRIX_PROFILE *profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, a_only);
+  std::FILE *output = run_files().print_out->stream;
+  write_report(output, "                      *****************  System matrix    ***************** \n\n");
+  write_report(output, "                         Number of unknowns                      = %9d\n",
+               no_unknowns);
+  write_report(output, "                         Number of non_zero elements             = %9d\n",
+               profile->size);
+  write_report(output, "%s\n\n\n", std::string(97, '*').c_str());
+  std::fflush(output);
+
+  RUN_FILES &files = run_files();
+  open_ffile(files.system_matrices, "w");
+  write_matrix_profile(files.system_matrices, profile);
+  const bool magnetic = control.electric_kind == 0 && !control.is_thermal;
+  if (magnetic && control.POTENTIAL != 4) {
+    open_ffile(files.element_h_matrices, "r");
+    double *h = assemble_h_matrix(*profile, model, files.element_h_matrices);
+    close_ffile(files.element_h_matrices);
+    write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
+    free_named(h, "h_matrix");
+  }
+  if (control.is_transient || control.ac_mode) {
+    open_ffile(files.element_c_matrices, "r");
+    double *c = assemble_c_matrix(*profile, model, files.element_c_matrices, a_only);
+    close_ffile(files.element_c_matrices);
+    write_blocks(c, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
+    free_named(c, "c_matrix");
+  }
+  close_ffile(files.system_matrices);
+  free_matrix_profile(&profile);
 }
 
 void solve_equation() {

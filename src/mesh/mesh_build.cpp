@@ -307,17 +307,6 @@ void build_mesh_records(RAW_MESH &raw, MESHED_MODEL &mesh, int nodes_only, const
   write_read_report(mesh, nodes_only, file_name);
 }
 
-void free_mesh_arrays(MESHED_MODEL &mesh) {
-  free_named(mesh.nodes, "nodes");
-  free_named(mesh.v_elements, "v_elements");
-  free_named(mesh.input_s_elements, "total_input_s_elements");
-  free_named(mesh.node_pointers, "node_pointers");
-  free_named(mesh.lines, "mesh lines");
-  mesh.nodes = nullptr, mesh.v_elements = nullptr, mesh.input_s_elements = nullptr;
-  mesh.node_pointers = nullptr, mesh.lines = nullptr;
-  mesh.no_nodes = mesh.min_node_id = mesh.max_node_id = 0;
-  mesh.no_v_elements = mesh.no_input_s_elements = mesh.no_lines = 0;
-  mesh.no_node_pointers = 0;
-}
+void free_mesh_arrays(MESHED_MODEL &mesh) { free_model_arrays(mesh); }
 
 } // namespace tesmora

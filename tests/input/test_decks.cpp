@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <filesystem>
 #include <omp.h>
 
 using namespace tesmora::testing;
@@ -18,13 +20,21 @@ protected:
   TempDir folder;
 };
 
-TEST_F(DeckRuns, ExampleDecksAreReadWholeAndStopAtTheMeshReading) {
+TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndStopAtTheSolveStage) {
   for (const char *name : {"static", "ac", "transient"}) {
     SCOPED_TRACE(name);
     const std::string deck = example_deck(name);
+    std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
+                               folder.file("pre_geom.nas"),
+                               std::filesystem::copy_options::overwrite_existing);
     EXPECT_EQ(run_deck(deck).exit_status, 1);
     const std::string text = check();
     EXPECT_EQ(text.rfind("* File input start. *\n", 0), 0u);
+    const std::string report = read_file(folder.file("output"));
+    EXPECT_NE(report.find("*** pre_geom file has been read ****"), std::string::npos);
+    EXPECT_NE(report.find("*******  Make_system_matrices is completed ********"), std::string::npos);
+    EXPECT_NE(report.find("                         Number of unknowns                      = "),
+              std::string::npos);
     // Every card is echoed in order (the lines of a formula block are counted, not echoed), and
     // the file is read to its end.
     const std::vector<std::string> cards = cards_of(deck);
@@ -38,8 +48,8 @@ TEST_F(DeckRuns, ExampleDecksAreReadWholeAndStopAtTheMeshReading) {
     EXPECT_NE(text.find("\n* File input end *  " + std::to_string(cards.size()) + " cards are read.\n"),
               std::string::npos);
     const std::string stop =
-        "**** The mesh reading of the pre-processing stage is not part of this build of the "
-        "program. Job is stopped. ****\nexception error occured!! no.= 1\n";
+        "**** The solve stage is not part of this build of the program. Job is stopped. ****\n"
+        "exception error occured!! no.= 1\n";
     ASSERT_GE(text.size(), stop.size());
     EXPECT_EQ(text.substr(text.size() - stop.size()), stop);
   }
@@ -134,4 +144,40 @@ TEST_F(DeckRuns, ParallelJobWithOneThreadIsRefused) {
   cards[6] = "1 1 0 0 0 0 -1 0";
   EXPECT_EQ(run_deck(join_cards(cards)).exit_status, 1);
   EXPECT_NE(check().find("wrong input - parallel_type\n"), std::string::npos);
+}
+
+TEST_F(DeckRuns, SplitJobLeavesTheFilesOfItsLaterRuns) {
+  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/transient/pre_geom.nas",
+                             folder.file("pre_geom.nas"));
+  std::vector<std::string> cards = cards_of(example_deck("transient"));
+  // First run: pre-processing and the matrix stage only.
+  cards[1] = "1 1";
+  cards[2] = "0 0";
+  ASSERT_EQ(run_deck(join_cards(cards)).exit_status, 0) << check();
+  for (const char *name : {"mesh_data", "element_h_matrices", "element_c_matrices", "system_matrices"})
+    EXPECT_TRUE(file_exists(folder.file(name))) << name;
+  const std::string first_report = read_file(folder.file("output"));
+  const std::size_t at = first_report.find("Number of unknowns");
+  ASSERT_NE(at, std::string::npos);
+  const std::string counts = first_report.substr(at, first_report.find("*****", at) - at);
+  // system_matrices: the profile (dimension, size, dimension+1 row offsets, size columns), then
+  // h and c of the transient job, each one value per profile entry.
+  const std::string matrices = read_file(folder.file("system_matrices"));
+  ASSERT_GE(matrices.size(), 8u);
+  std::int32_t dimension = 0, size = 0;
+  std::memcpy(&dimension, matrices.data(), 4);
+  std::memcpy(&size, matrices.data() + 4, 4);
+  EXPECT_NE(counts.find(std::to_string(dimension)), std::string::npos);
+  EXPECT_NE(counts.find(std::to_string(size)), std::string::npos);
+  EXPECT_EQ(matrices.size(),
+            8u + 4u * (static_cast<std::size_t>(dimension) + 1 + static_cast<std::size_t>(size)) +
+                2u * 8u * static_cast<std::size_t>(size));
+  // A later run takes the model from mesh_data and makes the same system.
+  std::filesystem::remove(folder.file("pre_geom.nas"));
+  std::filesystem::remove(folder.file("pre_geom"));
+  cards[1] = "0 1";
+  ASSERT_EQ(run_deck(join_cards(cards)).exit_status, 0) << check();
+  const std::string second_report = read_file(folder.file("output"));
+  EXPECT_NE(second_report.find(counts), std::string::npos);
+  EXPECT_EQ(read_file(folder.file("system_matrices")), matrices);
 }

@@ -3,8 +3,10 @@
 #include "mesh/mesh_converters.hpp"
 
 #include "job/ffile.hpp"
+#include "materials/material_tables.hpp"
 #include "mesh/mesh_reader.hpp"
 #include "mesh/mesh_test_support.hpp"
+#include "mesh/model_building.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -179,6 +181,29 @@ TEST_P(GmshMeshes, SameModelInEveryFormat) {
   const double r = 0.1, h = 0.4;
   const double octagon = 4 * r * r * std::sin(std::numbers::pi / 4);
   expect_close(iron, 0.4 * 0.4 * 0.4 - h * octagon, c.tol, 0.0);
+
+  // The model of the mesh: the box is a solid ball topologically, so V - E + F - C = 1 and its
+  // outer surface is a sphere, V - E + F = 2; the tree of a natural boundary spans the nodes.
+  std::string cards = "20 0 0\n";
+  for (int mat = 1; mat <= 20; ++mat)
+    cards += std::to_string(mat) +
+             (mat == 7 || mat == 11 || mat == 15 ? " 0 0 5.8e7 1 0 0 0 0\n" : " 0 0 0 1 0 0 0 0\n");
+  ScopedControlData control;
+  writable_control_data().release = 12.0;
+  read_material_cards(files.open_card_text("materials", cards), 1);
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(m.mesh, boundary, 0, false);
+  const FACE_COUNTS faces = count_faces(mesh);
+  EXPECT_EQ(mesh.no_nodes - mesh.no_edges + faces.faces - mesh.no_v_elements, 1);
+  int boundary_nodes = 0, boundary_edges = 0, tree_edges = 0;
+  for (int i = 0; i < mesh.no_nodes; ++i) boundary_nodes += mesh.nodes[i].on_bnd;
+  for (int e = 0; e < mesh.no_edges; ++e) {
+    boundary_edges += mesh.edges[e].on_bnd;
+    tree_edges += mesh.edges[e].tree;
+  }
+  EXPECT_EQ(boundary_nodes - boundary_edges + faces.outer_faces, 2);
+  EXPECT_EQ(tree_edges, mesh.no_nodes - 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(
