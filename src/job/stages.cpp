@@ -100,7 +100,8 @@ void pre_processing() {
       save_model(model, run_files().mesh_data);
       close_ffile(run_files().mesh_data);
     }
-  } else {
+  } else if (control.MAKE_SYSTEM_MATRICES || control.SOLVE_EQUATION || control.POST_PROCESSING) {
+    // A later run of a split job takes the model that the first run saved.
     open_ffile(run_files().mesh_data, "r");
     restore_model(model, run_files().mesh_data);
     close_ffile(run_files().mesh_data);

@@ -133,7 +133,7 @@ TEST(ControlCards, StaticDeckSettings) {
   EXPECT_EQ(c.time_control.cycle_option, 1);
   ASSERT_EQ(c.multi_output_steps.steps.size(), 1u);
   EXPECT_EQ(c.multi_output_steps.time_diff, 3);
-  EXPECT_EQ(c.INPUT_MESH_FILE, 14);
+  EXPECT_EQ(c.INPUT_MESH_FILE, 3);
   EXPECT_EQ(c.no_meshes, 1);
   EXPECT_EQ(c.post.MESH, 1);
   EXPECT_EQ(c.post.ELEM, 1);
