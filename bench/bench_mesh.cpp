@@ -2,13 +2,17 @@
 // read time, and the process's peak resident memory after the read.
 #include "job/ffile.hpp"
 #include "job/job_options_writable.hpp"
+#include "job/memory.hpp"
 #include "mesh/mesh_converters.hpp"
 #include "mesh/mesh_reader.hpp"
+#include "mesh/model_building.hpp"
+#include "mesh/potentials.hpp"
 
 #include <benchmark/benchmark.h>
 
 #include <sys/resource.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -82,3 +86,61 @@ static void BM_ReadPreGeomMillionTetrahedra(benchmark::State &state) {
 }
 // 6 x 55^3 = 998250 tetrahedra on 56^3 = 175616 nodes.
 BENCHMARK(BM_ReadPreGeomMillionTetrahedra)->Arg(55)->Unit(benchmark::kSecond)->Iterations(3);
+
+// Model making on the same mesh, stage by stage: edges, conductor marks and surfaces, the tree,
+// and the numbering of the unknowns; seconds of each as counters.
+static void BM_MakeModelMillionTetrahedra(benchmark::State &state) {
+  const int n = static_cast<int>(state.range(0));
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("tesmora_bench_model_" + std::to_string(getpid()));
+  std::filesystem::create_directories(folder);
+  writable_job_options().work_directory = folder.string() + "/";
+  write_tetra_cube((folder / "pre_geom").string(), n);
+  const MESH_READ_SETTINGS settings{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0};
+  MESHED_MODEL mesh;
+  FFILE *file = create_ffile("pre_geom", 0);
+  open_ffile(file, "r");
+  read_pre_geom(mesh, file, 0, 0, settings);
+  free_ffile(file, "ffile");
+  using clock = std::chrono::steady_clock;
+  auto seconds = [](clock::time_point a, clock::time_point b) {
+    return std::chrono::duration<double>(b - a).count();
+  };
+  double edges = 0, surfaces = 0, tree = 0, variables = 0;
+  BOUNDARY_DATA boundary;
+  for (auto _ : state) {
+    const auto t0 = clock::now();
+    make_edges(mesh);
+    const auto t1 = clock::now();
+    mark_conductor_nodes(mesh);
+    find_surfaces(mesh, boundary);
+    const auto t2 = clock::now();
+    make_tree(mesh, 0, boundary.far_boundary_condition);
+    const auto t3 = clock::now();
+    benchmark::DoNotOptimize(make_variables(mesh, VARIABLE_OPTIONS{}));
+    const auto t4 = clock::now();
+    edges += seconds(t0, t1);
+    surfaces += seconds(t1, t2);
+    tree += seconds(t2, t3);
+    variables += seconds(t3, t4);
+    state.PauseTiming();
+    free_potential_store();
+    free_named(mesh.edges, "edges");
+    free_named(mesh.edge_pointers, "edge_pointers");
+    mesh.edges = nullptr;
+    mesh.edge_pointers = nullptr;
+    for (int i = 0; i < mesh.no_nodes; ++i)
+      mesh.nodes[i] = NODE{mesh.nodes[i].x, mesh.nodes[i].y, mesh.nodes[i].z, mesh.nodes[i].id};
+    state.ResumeTiming();
+  }
+  const double runs = static_cast<double>(state.iterations());
+  state.counters["edges_s"] = edges / runs;
+  state.counters["surfaces_s"] = surfaces / runs;
+  state.counters["tree_s"] = tree / runs;
+  state.counters["variables_s"] = variables / runs;
+  state.counters["no_edges"] = mesh.no_edges;
+  state.counters["peak_rss_MB"] = static_cast<double>(peak_rss_kib()) / 1024.0;
+  free_model_arrays(mesh);
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_MakeModelMillionTetrahedra)->Arg(55)->Unit(benchmark::kSecond)->Iterations(2);
