@@ -16,8 +16,8 @@ if command -v clang-format >/dev/null; then
     xargs -r clang-format --dry-run -Werror
 fi
 
-"$root/tools/build.sh" "$root/build" -DTESMORA_WERROR=ON
+"$root/tools/build.sh" "$root/build" -DTESMORA_TESTS=ON -DTESMORA_WERROR=ON
 (cd "$root/build" && ctest -j "$jobs" --output-on-failure)
 
-"$root/tools/build.sh" "$root/build-sanitize" -DTESMORA_WERROR=ON -DTESMORA_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
+"$root/tools/build.sh" "$root/build-sanitize" -DTESMORA_TESTS=ON -DTESMORA_WERROR=ON -DTESMORA_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
 (cd "$root/build-sanitize" && ctest -j "$jobs" --output-on-failure)
