@@ -19,12 +19,6 @@ TIME_EVOLUTIONS the_time_evolutions;
 
 constexpr double two_pi = 2.0 * std::numbers::pi;
 
-template <class T> T *new_record(const char *tag) {
-  auto *record = static_cast<T *>(calloc_named(1, sizeof(T), tag));
-  *record = T{};
-  return record;
-}
-
 void read_wave_form(FFILE *file, TIME_EVOLUTION &evolution) {
   double *r = card_scratch().card_reals;
   WAVE_FORM &w = *(evolution.wave_form = new_record<WAVE_FORM>("wave_form"));

@@ -29,6 +29,14 @@ inline double *calloc_double(std::uint64_t count, const char *tag) {
   return static_cast<double *>(calloc_named(count, 8, tag));
 }
 
+// A record of T allocated under `tag` and set to T{} (its member initialisers); freed with
+// free_named. For plain records only, as every tagged block is.
+template <class T> T *new_record(const char *tag) {
+  auto *record = static_cast<T *>(calloc_named(1, sizeof(T), tag));
+  *record = T{};
+  return record;
+}
+
 // Process-wide accounting of the allocator.
 struct MEMORY_STATE {
   std::uint64_t region_low = 0;    // address of the first block handed out, or of the pool

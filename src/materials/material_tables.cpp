@@ -18,12 +18,6 @@ namespace {
 
 MATERIAL_TABLES the_tables;
 
-template <class T> T *new_record(const char *tag) {
-  auto *record = static_cast<T *>(calloc_named(1, sizeof(T), tag));
-  *record = T{};
-  return record;
-}
-
 // The fields of a volume material card.
 struct MATERIAL_CARD {
   int id = 0, potential = 0, curve_id = 0, anisotropy = 0, iron_loss = 0, sigma_depend = 0;

@@ -19,12 +19,6 @@ namespace {
 
 FIELD_SOURCES the_sources;
 
-template <class T> T *new_record(const char *tag) {
-  auto *record = static_cast<T *>(calloc_named(1, sizeof(T), tag));
-  *record = T{};
-  return record;
-}
-
 // The first word of the next card, without consuming it; false at the end of the file.
 bool peek_keyword(FFILE *file, char *word) {
   const long at = std::ftell(file->stream);
