@@ -125,6 +125,10 @@ double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
   return scatter_file(profile, first_part, file, !a_only, "c_matrix");
 }
 
+double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {
+  return scatter_file(profile, first_part, file, false, "e_matrix");
+}
+
 double quadratic_form(const MATRIX_PROFILE &profile, const double *values, const double *x) {
   double sum = 0.0;
   for (int row = 0; row < profile.dimension; ++row)

@@ -20,6 +20,9 @@ double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
                           bool a_only);
 
+// The same for the e records (tag "e_matrix"): the second matrix of an AC job.
+double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file);
+
 // x^T M x of a symmetric matrix stored as its lower part with the diagonal (profile type 1).
 double quadratic_form(const MATRIX_PROFILE &profile, const double *values, const double *x);
 

@@ -155,6 +155,14 @@ void make_system_matrices() {
     close_ffile(files.element_h_matrices);
     write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
     free_named(h, "h_matrix");
+    if (control.ac_mode == 2) {
+      // The second h of an AC 2 job: the imaginary reluctivities.
+      open_ffile(files.element_e_matrices, "r");
+      double *e = assemble_e_matrix(*profile, model, files.element_e_matrices);
+      close_ffile(files.element_e_matrices);
+      write_blocks(e, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
+      free_named(e, "e_matrix");
+    }
   }
   if (control.is_transient || control.ac_mode) {
     open_ffile(files.element_c_matrices, "r");

@@ -187,3 +187,35 @@ TEST_F(Assembly, PairOfEntriesOnOneVariableCountsTwice) {
   delete matrices;
   free_named(h, "h_matrix");
 }
+
+TEST_F(Assembly, SecondMatrixOfAComplexPermeabilityIsItsImaginaryReluctivity) {
+  // Every region of complex permeability mu0 (200 + 30 i): nu = (200 - 30 i) / (mu0 (200^2 + 30^2)),
+  // so the e matrix is the h matrix times -30/200.
+  CONTROL_DATA &control = writable_control_data();
+  control.AC = 2;
+  control.ac_mode = 2;
+  std::string cards = "2 0 0\n1 0 0 0 1 0 1 0 0\n200 30\n2 0 0 0 1 0 1 0 0\n200 30\n";
+  read_material_cards(files.open_card_text("complex", cards), 1);
+  options.ac_mode = 2;
+  model = MESH_BUILDER::tetrahedra(2, 0.1).build();
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(model, boundary, 0, false);
+  VARIABLE_OPTIONS variables;
+  variables.far_boundary_condition = 1;
+  no_unknowns = make_variables(model, variables);
+  open_ffile(run_files().element_e_matrices, "w"); // created by the element stage
+  close_ffile(run_files().element_e_matrices);
+  make_element_matrices(model, options);
+  profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, true);
+  double *h = assemble(run_files().element_h_matrices, true);
+  open_ffile(run_files().element_e_matrices, "r");
+  double *e = assemble_e_matrix(*profile, model, run_files().element_e_matrices);
+  close_ffile(run_files().element_e_matrices);
+  double largest = 0.0;
+  for (int k = 0; k < profile->size; ++k) largest = std::max(largest, std::fabs(h[k]));
+  for (int k = 0; k < profile->size; ++k)
+    EXPECT_NEAR(e[k], -30.0 / 200.0 * h[k], 1e-12 * largest) << k; // rounding of one product
+  free_named(h, "h_matrix");
+  free_named(e, "e_matrix");
+}
