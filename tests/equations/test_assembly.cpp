@@ -8,6 +8,8 @@
 #include "materials/material_tables.hpp"
 #include "mesh/gauss.hpp"
 #include "mesh/mesh_builder.hpp"
+#include "mesh/mesh_converters.hpp"
+#include "mesh/mesh_reader.hpp"
 #include "mesh/model_building.hpp"
 #include "mesh/potentials.hpp"
 
@@ -28,8 +30,6 @@ protected:
   void SetUp() override {
     writable_control_data() = CONTROL_DATA{};
     writable_control_data().release = 12.0;
-    read_material_cards(
-        files.open_card_text("materials", "2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n"), 1);
     make_gauss(3, 7, 5);
   }
   void TearDown() override {
@@ -38,8 +38,14 @@ protected:
     free_model_arrays(model);
     free_potential_store();
   }
+  // The material table of a test; read once per test process.
+  void materials(const std::string &cards) {
+    read_material_cards(files.open_card_text("materials", cards), 1);
+    have_materials = true;
+  }
   // A model with every edge free (no tree, natural boundary), its element files and profile.
   void make(const MESH_BUILDER &builder, bool a_only) {
+    if (!have_materials) materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
     model = builder.build();
     BOUNDARY_DATA boundary;
     boundary.far_boundary_condition = 1;
@@ -64,6 +70,7 @@ protected:
   MATRIX_PROFILE *profile = nullptr;
   ELEMENT_MATRIX_OPTIONS options;
   int no_unknowns = 0;
+  bool have_materials = false;
 };
 
 // The unknowns of a vector on edges: the A term's position of each edge.
@@ -161,6 +168,7 @@ TEST_F(Assembly, ConductivityWithPhiRows) {
 TEST_F(Assembly, PairOfEntriesOnOneVariableCountsTwice) {
   // One hexahedron whose second edge is tied to the first one's unknown, as a periodic image is:
   // the form at that unknown is K00 + 2 s0 s1 K01 + K11 (the off-diagonal term met twice).
+  materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
   model = MESH_BUILDER::hexahedra(1, 0.1).build();
   BOUNDARY_DATA boundary;
   boundary.far_boundary_condition = 1;
@@ -194,8 +202,7 @@ TEST_F(Assembly, SecondMatrixOfAComplexPermeabilityIsItsImaginaryReluctivity) {
   CONTROL_DATA &control = writable_control_data();
   control.AC = 2;
   control.ac_mode = 2;
-  std::string cards = "2 0 0\n1 0 0 0 1 0 1 0 0\n200 30\n2 0 0 0 1 0 1 0 0\n200 30\n";
-  read_material_cards(files.open_card_text("complex", cards), 1);
+  materials("2 0 0\n1 0 0 0 1 0 1 0 0\n200 30\n2 0 0 0 1 0 1 0 0\n200 30\n");
   options.ac_mode = 2;
   model = MESH_BUILDER::tetrahedra(2, 0.1).build();
   BOUNDARY_DATA boundary;
@@ -218,4 +225,55 @@ TEST_F(Assembly, SecondMatrixOfAComplexPermeabilityIsItsImaginaryReluctivity) {
     EXPECT_NEAR(e[k], -30.0 / 200.0 * h[k], 1e-12 * largest) << k; // rounding of one product
   free_named(h, "h_matrix");
   free_named(e, "e_matrix");
+}
+
+TEST_F(Assembly, GmshBoxOfTetrahedra) {
+  // The Gmsh mesh of the air box with an iron block and a copper plate (tests/data/mesh): with no
+  // tree and a natural boundary every edge is an unknown; H annihilates discrete gradients and its
+  // energy is the sum of the element energies. Every entry assembly touches exists in the profile,
+  // or the location search would have stopped the job.
+  std::string cards = "20 0 0\n";
+  for (int mat = 1; mat <= 20; ++mat)
+    cards += std::to_string(mat) + (mat == 10 ? " 0 0 0 1000 0 0 0 0\n" : " 0 0 0 1 0 0 0 0\n");
+  materials(cards);
+  write_file(files.dir().file("pre_geom.nas"),
+             read_file(std::string(TESMORA_SOURCE_DIR) + "/tests/data/mesh/tet_free.bdf"));
+  convert_mesh("pre_geom", 3);
+  FFILE *file = files.open_card_text("pre_geom", read_file(files.dir().file("pre_geom")));
+  read_pre_geom(model, file, 0, 0,
+                MESH_READ_SETTINGS{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0});
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(model, boundary, -1, false);
+  VARIABLE_OPTIONS variables;
+  variables.far_boundary_condition = 1;
+  no_unknowns = make_variables(model, variables);
+  ASSERT_EQ(no_unknowns, model.no_edges);
+  make_element_matrices(model, options);
+  profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, true);
+  double *h = assemble(run_files().element_h_matrices, true);
+  std::mt19937 random(9);
+  std::uniform_real_distribution<double> value(-1.0, 1.0);
+  std::vector<double> phi(static_cast<std::size_t>(model.no_nodes));
+  for (double &p : phi) p = value(random);
+  std::vector<double> gradient(static_cast<std::size_t>(model.no_edges));
+  for (int e = 0; e < model.no_edges; ++e)
+    gradient[static_cast<std::size_t>(e)] = phi[static_cast<std::size_t>(model.edges[e].end - model.nodes)] -
+                                            phi[static_cast<std::size_t>(model.edges[e].start - model.nodes)];
+  const std::vector<double> g = to_unknowns(model, no_unknowns, gradient);
+  double largest = 0.0;
+  std::vector<double> hg(g.size(), 0.0);
+  for (int row = 0; row < profile->dimension; ++row)
+    for (int k = profile->row_head_pointers[row]; k < profile->row_head_pointers[row + 1]; ++k) {
+      const int column = profile->index[k] - 1;
+      hg[static_cast<std::size_t>(row)] += h[k] * g[static_cast<std::size_t>(column)];
+      if (column != row) hg[static_cast<std::size_t>(column)] += h[k] * g[static_cast<std::size_t>(row)];
+      largest = std::max(largest, std::fabs(h[k]));
+    }
+  for (double r : hg) EXPECT_LT(std::fabs(r), 1e-9 * largest); // round-off of sums of a few dozen terms
+  std::vector<double> a(static_cast<std::size_t>(model.no_edges));
+  for (double &v : a) v = value(random);
+  expect_close(quadratic_form(*profile, h, to_unknowns(model, no_unknowns, a).data()),
+               element_energy_sum(model, a, options, true), 1e-11, 0.0); // rounding of the sums
+  free_named(h, "h_matrix");
 }
