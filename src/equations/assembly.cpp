@@ -39,21 +39,54 @@ int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
   return n;
 }
 
-// Adds K_ij of rows i, j (j <= i) over all pairs of their entries of the kinds the block takes.
-void scatter_pair(const MATRIX_PROFILE &profile, double *values, double k_ij, const ROW_TERMS &ri,
-                  const ROW_TERMS &rj, bool same_row, bool (*row_kind)(int), bool (*column_kind)(int)) {
+// Where the entries of a scatter go, and what a pass may touch.
+struct SCATTER {
+  const MATRIX_PROFILE *profile;
+  double *values;
+  SOURCE_COUPLING *coupling; // h only
+  int *marks;                // c only
+  double phi_scale;          // c node rows
+};
+
+// The mark of a touched c entry from the kinds of its two sides.
+int mark_of(int row_name, int column_name, bool node_against_edge) {
+  if (node_against_edge) return row_name == PHI_NODE ? 1 : 0;
+  if (row_name == PHI_NODE_SUFCUR && column_name == PHI_NODE_SUFCUR) return 0;
+  if (row_name == PHI_NODE && column_name == PHI_NODE) return 2;
+  return 1;
+}
+
+// Adds K_ij of rows i, j (j <= i) over all pairs of their entries. Edge rows take A terms (and
+// in h the given-current terms of kind 12); node rows take the phi kinds.
+void scatter_pair(const SCATTER &to, double k_ij, const ROW_TERMS &ri, const ROW_TERMS &rj, bool same_row,
+                  bool row_is_node, bool column_is_node) {
   if (!ri.terms || !rj.terms || k_ij == 0.0) return;
+  const double scale = row_is_node || column_is_node ? to.phi_scale : 1.0;
   for (int a = 0; a < ri.terms->no_terms; ++a) {
     const POTENTIAL_TERM &ta = ri.terms->terms[a];
-    if (!row_kind(ta.name)) continue;
+    const bool a_source = !row_is_node && to.coupling && ta.name == A_EDGE_GIVEN;
+    if (!(row_is_node ? is_node_kind(ta.name) : is_edge_kind(ta.name)) && !a_source) continue;
     const int limit = same_row ? a + 1 : rj.terms->no_terms;
     for (int b = 0; b < limit; ++b) {
       const POTENTIAL_TERM &tb = rj.terms->terms[b];
-      if (!column_kind(tb.name)) continue;
+      const bool b_source = !column_is_node && to.coupling && tb.name == A_EDGE_GIVEN;
+      if (!(column_is_node ? is_node_kind(tb.name) : is_edge_kind(tb.name)) && !b_source) continue;
       // A pair of different entries on one variable is met once but counts twice.
-      const double twice = ta.position == tb.position && !(same_row && a == b) ? 2.0 : 1.0;
-      values[location_in_matrix(ta.position, tb.position, profile.row_head_pointers, profile.index)] +=
-          twice * k_ij * ri.sign * rj.sign * ta.coefficient * tb.coefficient;
+      const double twice =
+          ta.position == tb.position && ta.name == tb.name && !(same_row && a == b) ? 2.0 : 1.0;
+      const double product = k_ij * ri.sign * rj.sign * ta.coefficient * tb.coefficient;
+      if (a_source && b_source) {
+        symmetric_entry(to.coupling->mutual, ta.position - 1, tb.position - 1) += twice * product;
+      } else if (a_source) {
+        to.coupling->coupling[ta.position - 1][tb.position - 1] -= product;
+      } else if (b_source) {
+        to.coupling->coupling[tb.position - 1][ta.position - 1] -= product;
+      } else {
+        const int at =
+            location_in_matrix(ta.position, tb.position, to.profile->row_head_pointers, to.profile->index);
+        to.values[at] += twice * scale * product;
+        if (to.marks) to.marks[at] = mark_of(ta.name, tb.name, row_is_node && !column_is_node);
+      }
     }
   }
 }
@@ -69,8 +102,10 @@ bool read_record(FFILE *file, std::int32_t *number, std::vector<double> &values)
 }
 
 double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
-                     bool with_nodes, const char *tag) {
+                     bool with_nodes, const char *tag, SOURCE_COUPLING *coupling, double phi_scale,
+                     int *marks) {
   auto *values = calloc_double(static_cast<std::uint64_t>(profile.size), tag);
+  const SCATTER to{&profile, values, coupling, marks, phi_scale};
   const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
   std::vector<double> packed;
   std::int32_t number = 0;
@@ -81,13 +116,9 @@ double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_pa
     const bool nodes = with_nodes && packed.size() > static_cast<std::size_t>(edges * (edges + 1) / 2);
     const int n = element_rows(element, nodes, rows);
     for (int i = 0; i < n; ++i)
-      for (int j = 0; j <= i; ++j) {
-        const bool row_is_node = i >= edges;
-        const bool column_is_node = j >= edges;
-        scatter_pair(profile, values, packed[static_cast<std::size_t>(packed_index(i, j))], rows[i], rows[j],
-                     i == j, row_is_node ? is_node_kind : is_edge_kind,
-                     column_is_node ? is_node_kind : is_edge_kind);
-      }
+      for (int j = 0; j <= i; ++j)
+        scatter_pair(to, packed[static_cast<std::size_t>(packed_index(i, j))], rows[i], rows[j], i == j,
+                     i >= edges, j >= edges);
   }
   return values;
 }
@@ -116,17 +147,39 @@ MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unkno
   return profile;
 }
 
-double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {
-  return scatter_file(profile, first_part, file, false, "h_matrix");
+SOURCE_COUPLING *make_source_coupling(int no_sources, int no_unknowns) {
+  SOURCE_COUPLING *coupling = new_record<SOURCE_COUPLING>("coupling");
+  coupling->no_sources = no_sources;
+  coupling->no_unknowns = no_unknowns;
+  coupling->coupling = static_cast<double **>(
+      calloc_named(static_cast<std::uint64_t>(no_sources), sizeof(double *), "coupling"));
+  for (int k = 0; k < no_sources; ++k)
+    coupling->coupling[k] = calloc_double(static_cast<std::uint64_t>(no_unknowns), "coupling[i]");
+  coupling->mutual = make_symmetric_matrix(no_sources);
+  return coupling;
+}
+
+void free_source_coupling(SOURCE_COUPLING **coupling) {
+  if (!*coupling) return;
+  for (int k = 0; k < (*coupling)->no_sources; ++k) free_named((*coupling)->coupling[k], "coupling[i]");
+  free_named((*coupling)->coupling, "coupling");
+  free_symmetric_matrix(&(*coupling)->mutual);
+  free_named(*coupling, "coupling");
+  *coupling = nullptr;
+}
+
+double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
+                          SOURCE_COUPLING *coupling) {
+  return scatter_file(profile, first_part, file, false, "h_matrix", coupling, 1.0, nullptr);
 }
 
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
-                          bool a_only) {
-  return scatter_file(profile, first_part, file, !a_only, "c_matrix");
+                          bool a_only, double phi_scale, int *marks) {
+  return scatter_file(profile, first_part, file, !a_only, "c_matrix", nullptr, phi_scale, marks);
 }
 
 double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {
-  return scatter_file(profile, first_part, file, false, "e_matrix");
+  return scatter_file(profile, first_part, file, false, "e_matrix", nullptr, 1.0, nullptr);
 }
 
 double quadratic_form(const MATRIX_PROFILE &profile, const double *values, const double *x) {

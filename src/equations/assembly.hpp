@@ -3,6 +3,7 @@
 #pragma once
 
 #include "equations/matrix_profile.hpp"
+#include "equations/sparse_matrix.hpp"
 #include "job/ffile.hpp"
 #include "mesh/model.hpp"
 
@@ -12,13 +13,30 @@ namespace tesmora {
 // edges (A) and, when phi is an unknown, of its nodes. Type 1 or 2.
 MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only);
 
+// The couplings of given-current sources that the h scatter collects: an edge term of kind 12
+// names a source (its position is the source number, 1-based), not a matrix row.
+struct SOURCE_COUPLING {
+  int no_sources = 0;
+  int no_unknowns = 0;
+  double **coupling = nullptr;        // no_sources dense columns of no_unknowns; "coupling[i]"
+  SYMMETRIC_MATRIX *mutual = nullptr; // no_sources x no_sources
+};
+SOURCE_COUPLING *make_source_coupling(int no_sources, int no_unknowns);
+void free_source_coupling(SOURCE_COUPLING **coupling);
+
 // Sums the h records of `file` (open for reading) into a new array of the profile's size (tag
 // "h_matrix"): each element row and column goes through its edge's terms with the edge's sign,
-// and a pair of different entries that fall on one variable counts twice.
-double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file);
-// The same for the c records (tag "c_matrix"), with the node rows of phi when a_only is false.
+// and a pair of different entries that fall on one variable counts twice. Pairs of an unknown
+// and a given-current source go to coupling (subtracted), pairs of two sources to mutual;
+// coupling may be null when the job has no such sources.
+double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
+                          SOURCE_COUPLING *coupling = nullptr);
+// The same for the c records (tag "c_matrix"), with the node rows of phi when a_only is false,
+// multiplied by phi_scale. marks, when not null, gets per touched entry 0 when both sides are
+// source-related phi (kind 13), 2 when both are plain phi (kind 2), else 1; for a node row
+// against an edge column, 1 only when the node's entry is plain phi.
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
-                          bool a_only);
+                          bool a_only, double phi_scale = 1.0, int *marks = nullptr);
 
 // The same for the e records (tag "e_matrix"): the second matrix of an AC job.
 double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file);

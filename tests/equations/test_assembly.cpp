@@ -277,3 +277,71 @@ TEST_F(Assembly, GmshBoxOfTetrahedra) {
                element_energy_sum(model, a, options, true), 1e-11, 0.0); // rounding of the sums
   free_named(h, "h_matrix");
 }
+
+TEST_F(Assembly, GivenCurrentEdgesGoToCouplingAndMutual) {
+  // One hexahedron whose edges 3 and 5 carry a given-current source (kind 12, source 1) instead
+  // of unknowns: coupling_1[v] = -sum over i in {3,5} of K_ij s_i s_j, and the mutual term is
+  // K_33 + K_55 + 2 s_3 s_5 K_53.
+  materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
+  model = MESH_BUILDER::hexahedra(1, 0.1).build();
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(model, boundary, -1, false);
+  VARIABLE_OPTIONS variables;
+  variables.far_boundary_condition = 1;
+  no_unknowns = make_variables(model, variables);
+  const V_ELEMENT &element = model.v_elements[0];
+  for (int i : {3, 5}) element.edges[i]->potentials->terms[0] = POTENTIAL_TERM{1.0, 1, A_EDGE_GIVEN};
+  make_element_matrices(model, options);
+  profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, true);
+  SOURCE_COUPLING *coupling = make_source_coupling(1, no_unknowns);
+  open_ffile(run_files().element_h_matrices, "r");
+  double *h = assemble_h_matrix(*profile, model, run_files().element_h_matrices, coupling);
+  close_ffile(run_files().element_h_matrices);
+  ELEMENT_MATRICES *m = new ELEMENT_MATRICES;
+  TRANSFORM_SCRATCH scratch;
+  element_matrices(element, options, *m, scratch);
+  auto k = [&](int i, int j) { return m->h[i >= j ? packed_index(i, j) : packed_index(j, i)]; };
+  auto s = [&](int i) { return ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0; };
+  for (int j = 0; j < element.type->no_edges; ++j) {
+    if (j == 3 || j == 5) continue;
+    const int v = element.edges[j]->potentials->terms[0].position;
+    const double expected = -(k(3, j) * s(3) + k(5, j) * s(5)) * s(j);
+    expect_close(coupling->coupling[0][v - 1], expected, 1e-12, 1e-12 * std::fabs(k(0, 0))); // one product
+  }
+  expect_close(symmetric_entry(coupling->mutual, 0, 0), k(3, 3) + k(5, 5) + 2 * s(3) * s(5) * k(5, 3), 1e-12,
+               0.0);
+  delete m;
+  free_named(h, "h_matrix");
+  free_source_coupling(&coupling);
+}
+
+TEST_F(Assembly, MarksAndPhiScaleOfTheConductivityScatter) {
+  make(MESH_BUILDER::hexahedra(2, 0.1), false);
+  std::vector<int> marks(static_cast<std::size_t>(profile->size), -1);
+  double *plain = assemble(run_files().element_c_matrices, false);
+  open_ffile(run_files().element_c_matrices, "r");
+  double *scaled =
+      assemble_c_matrix(*profile, model, run_files().element_c_matrices, false, 2.0, marks.data());
+  close_ffile(run_files().element_c_matrices);
+  // An unknown is A when some edge holds it, else phi.
+  std::vector<char> is_phi(static_cast<std::size_t>(no_unknowns), 1);
+  for (int e = 0; e < model.no_edges; ++e)
+    if (const POTENTIAL_TERM *t = find_potential_term(model.edges[e].potentials, A_EDGE))
+      is_phi[static_cast<std::size_t>(t->position - 1)] = 0;
+  int checked = 0;
+  for (int row = 0; row < profile->dimension; ++row)
+    for (int at = profile->row_head_pointers[row]; at < profile->row_head_pointers[row + 1]; ++at) {
+      const int column = profile->index[at] - 1;
+      if (marks[static_cast<std::size_t>(at)] < 0) continue; // not touched by a conductor
+      ++checked;
+      const bool row_phi = is_phi[static_cast<std::size_t>(row)],
+                 column_phi = is_phi[static_cast<std::size_t>(column)];
+      EXPECT_EQ(marks[static_cast<std::size_t>(at)], row_phi && column_phi ? 2 : 1);
+      // phi rows and columns carry the scale; A-A entries don't.
+      expect_close(scaled[at], (row_phi || column_phi ? 2.0 : 1.0) * plain[at], 1e-14, 0.0);
+    }
+  EXPECT_GT(checked, 0);
+  free_named(plain, "c_matrix");
+  free_named(scaled, "c_matrix");
+}
