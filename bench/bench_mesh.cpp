@@ -61,6 +61,26 @@ void write_tetra_cube(const std::string &path, int n) {
   std::fclose(out);
 }
 
+// A folder of its own holding the generated cube of n^3 cells as "pre_geom", made the work
+// directory of the job files.
+std::filesystem::path generated_mesh_folder(const std::string &name, int n) {
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / (name + std::to_string(getpid()));
+  std::filesystem::create_directories(folder);
+  writable_job_options().work_directory = folder.string() + "/";
+  write_tetra_cube((folder / "pre_geom").string(), n);
+  return folder;
+}
+
+// Reads the generated mesh of the work directory.
+void read_generated_mesh(MESHED_MODEL &mesh) {
+  const MESH_READ_SETTINGS settings{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0};
+  FFILE *file = create_ffile("pre_geom", 0);
+  open_ffile(file, "r");
+  read_pre_geom(mesh, file, 0, 0, settings);
+  free_ffile(file, "ffile");
+}
+
 long peak_rss_kib() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
@@ -101,18 +121,10 @@ BENCHMARK(BM_ReadPreGeomMillionTetrahedra)->Arg(55)->Unit(benchmark::kSecond)->I
 // Model making on the same mesh, stage by stage: edges, conductor marks and surfaces, the tree,
 // and the numbering of the unknowns; seconds of each as counters.
 static void BM_MakeModelMillionTetrahedra(benchmark::State &state) {
-  const int n = static_cast<int>(state.range(0));
   const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("tesmora_bench_model_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
-  writable_job_options().work_directory = folder.string() + "/";
-  write_tetra_cube((folder / "pre_geom").string(), n);
-  const MESH_READ_SETTINGS settings{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0};
+      generated_mesh_folder("tesmora_bench_model_", static_cast<int>(state.range(0)));
   MESHED_MODEL mesh;
-  FFILE *file = create_ffile("pre_geom", 0);
-  open_ffile(file, "r");
-  read_pre_geom(mesh, file, 0, 0, settings);
-  free_ffile(file, "ffile");
+  read_generated_mesh(mesh);
   using clock = std::chrono::steady_clock;
   auto seconds = [](clock::time_point a, clock::time_point b) {
     return std::chrono::duration<double>(b - a).count();
@@ -159,18 +171,10 @@ BENCHMARK(BM_MakeModelMillionTetrahedra)->Arg(55)->Unit(benchmark::kSecond)->Ite
 // Assembly of about one million unknowns: element matrices to their file, the profile of the
 // unknowns and the scatter of the curl-curl matrix; seconds of each as counters.
 static void BM_AssembleMillionUnknowns(benchmark::State &state) {
-  const int n = static_cast<int>(state.range(0));
   const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("tesmora_bench_assembly_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
-  writable_job_options().work_directory = folder.string() + "/";
-  write_tetra_cube((folder / "pre_geom").string(), n);
-  const MESH_READ_SETTINGS settings{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0};
+      generated_mesh_folder("tesmora_bench_assembly_", static_cast<int>(state.range(0)));
   MESHED_MODEL mesh;
-  FFILE *file = create_ffile("pre_geom", 0);
-  open_ffile(file, "r");
-  read_pre_geom(mesh, file, 0, 0, settings);
-  free_ffile(file, "ffile");
+  read_generated_mesh(mesh);
   // One linear material for every element.
   ConductivityProperty mu;
   mu.value = 1000 * 1.2566370614359173e-06;

@@ -43,17 +43,22 @@ protected:
     read_material_cards(files.open_card_text("materials", cards), 1);
     have_materials = true;
   }
+  // Makes the model of `model` with a natural boundary and the given tree (-1: none, so every
+  // edge is an unknown) and numbers its unknowns.
+  void number_model(int tree_gauge = -1, bool uses_phi = false) {
+    BOUNDARY_DATA boundary;
+    boundary.far_boundary_condition = 1;
+    make_model(model, boundary, tree_gauge, false);
+    VARIABLE_OPTIONS variables;
+    variables.far_boundary_condition = 1;
+    variables.uses_phi = uses_phi;
+    no_unknowns = make_variables(model, variables);
+  }
   // A model with every edge free (no tree, natural boundary), its element files and profile.
   void make(const MESH_BUILDER &builder, bool a_only) {
     if (!have_materials) materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
     model = builder.build();
-    BOUNDARY_DATA boundary;
-    boundary.far_boundary_condition = 1;
-    make_model(model, boundary, -1, false);
-    VARIABLE_OPTIONS variables;
-    variables.far_boundary_condition = 1;
-    variables.uses_phi = !a_only;
-    no_unknowns = make_variables(model, variables);
+    number_model(-1, !a_only);
     options.a_only = a_only;
     make_element_matrices(model, options);
     profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, a_only);
@@ -104,6 +109,38 @@ double element_energy_sum(const MESHED_MODEL &m, const std::vector<double> &on_e
   return sum;
 }
 
+// The circulations of a gradient are differences of nodal values: H a = 0 (relative to the
+// largest entry, within `tolerance`); and for a random vector the global energy is the sum of
+// the element energies (rounding of the sums).
+void expect_gradient_kernel_and_element_energies(const MESHED_MODEL &m, const MATRIX_PROFILE &profile,
+                                                 const double *h, int n,
+                                                 const ELEMENT_MATRIX_OPTIONS &options, unsigned seed,
+                                                 double tolerance) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<double> value(-1.0, 1.0);
+  std::vector<double> phi(static_cast<std::size_t>(m.no_nodes));
+  for (double &p : phi) p = value(random);
+  std::vector<double> gradient(static_cast<std::size_t>(m.no_edges));
+  for (int e = 0; e < m.no_edges; ++e)
+    gradient[static_cast<std::size_t>(e)] = phi[static_cast<std::size_t>(m.edges[e].end - m.nodes)] -
+                                            phi[static_cast<std::size_t>(m.edges[e].start - m.nodes)];
+  const std::vector<double> g = to_unknowns(m, n, gradient);
+  std::vector<double> hg(g.size(), 0.0);
+  double largest = 0.0;
+  for (int row = 0; row < profile.dimension; ++row)
+    for (int k = profile.row_head_pointers[row]; k < profile.row_head_pointers[row + 1]; ++k) {
+      const int column = profile.index[k] - 1;
+      hg[static_cast<std::size_t>(row)] += h[k] * g[static_cast<std::size_t>(column)];
+      if (column != row) hg[static_cast<std::size_t>(column)] += h[k] * g[static_cast<std::size_t>(row)];
+      largest = std::max(largest, std::fabs(h[k]));
+    }
+  for (double r : hg) EXPECT_LT(std::fabs(r), tolerance * largest);
+  std::vector<double> a(static_cast<std::size_t>(m.no_edges));
+  for (double &v : a) v = value(random);
+  expect_close(quadratic_form(profile, h, to_unknowns(m, n, a).data()),
+               element_energy_sum(m, a, options, true), 1e-11, 0.0);
+}
+
 } // namespace
 
 TEST_F(Assembly, CurlCurlOfTetrahedraAndHexahedra) {
@@ -114,32 +151,7 @@ TEST_F(Assembly, CurlCurlOfTetrahedraAndHexahedra) {
     make(tetrahedra ? MESH_BUILDER::tetrahedra(3, 0.1) : MESH_BUILDER::hexahedra(3, 0.1), true);
     ASSERT_EQ(no_unknowns, model.no_edges);
     double *h = assemble(run_files().element_h_matrices, true);
-    // The circulations of a gradient are differences of nodal values: H a = 0.
-    std::mt19937 random(3);
-    std::uniform_real_distribution<double> value(-1.0, 1.0);
-    std::vector<double> phi(static_cast<std::size_t>(model.no_nodes));
-    for (double &p : phi) p = value(random);
-    std::vector<double> gradient(static_cast<std::size_t>(model.no_edges));
-    for (int e = 0; e < model.no_edges; ++e)
-      gradient[static_cast<std::size_t>(e)] =
-          phi[static_cast<std::size_t>(model.edges[e].end - model.nodes)] -
-          phi[static_cast<std::size_t>(model.edges[e].start - model.nodes)];
-    const std::vector<double> g = to_unknowns(model, no_unknowns, gradient);
-    std::vector<double> hg(g.size(), 0.0);
-    double largest = 0.0;
-    for (int row = 0; row < profile->dimension; ++row)
-      for (int k = profile->row_head_pointers[row]; k < profile->row_head_pointers[row + 1]; ++k) {
-        const int column = profile->index[k] - 1;
-        hg[static_cast<std::size_t>(row)] += h[k] * g[static_cast<std::size_t>(column)];
-        if (column != row) hg[static_cast<std::size_t>(column)] += h[k] * g[static_cast<std::size_t>(row)];
-        largest = std::max(largest, std::fabs(h[k]));
-      }
-    for (double r : hg) EXPECT_LT(std::fabs(r), 1e-10 * largest); // round-off of sums of order 10 terms
-    // A random vector: the global energy is the sum of the element energies.
-    std::vector<double> a(static_cast<std::size_t>(model.no_edges));
-    for (double &v : a) v = value(random);
-    expect_close(quadratic_form(*profile, h, to_unknowns(model, no_unknowns, a).data()),
-                 element_energy_sum(model, a, options, true), 1e-11, 0.0); // rounding of the sums
+    expect_gradient_kernel_and_element_energies(model, *profile, h, no_unknowns, options, 3, 1e-10);
     free_named(h, "h_matrix");
   }
 }
@@ -170,12 +182,7 @@ TEST_F(Assembly, PairOfEntriesOnOneVariableCountsTwice) {
   // the form at that unknown is K00 + 2 s0 s1 K01 + K11 (the off-diagonal term met twice).
   materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
   model = MESH_BUILDER::hexahedra(1, 0.1).build();
-  BOUNDARY_DATA boundary;
-  boundary.far_boundary_condition = 1;
-  make_model(model, boundary, -1, false);
-  VARIABLE_OPTIONS variables;
-  variables.far_boundary_condition = 1;
-  no_unknowns = make_variables(model, variables);
+  number_model(-1);
   const V_ELEMENT &element = model.v_elements[0];
   POTENTIAL_TERM &first = element.edges[0]->potentials->terms[0];
   POTENTIAL_TERM &second = element.edges[1]->potentials->terms[0];
@@ -205,12 +212,7 @@ TEST_F(Assembly, SecondMatrixOfAComplexPermeabilityIsItsImaginaryReluctivity) {
   materials("2 0 0\n1 0 0 0 1 0 1 0 0\n200 30\n2 0 0 0 1 0 1 0 0\n200 30\n");
   options.ac_mode = 2;
   model = MESH_BUILDER::tetrahedra(2, 0.1).build();
-  BOUNDARY_DATA boundary;
-  boundary.far_boundary_condition = 1;
-  make_model(model, boundary, 0, false);
-  VARIABLE_OPTIONS variables;
-  variables.far_boundary_condition = 1;
-  no_unknowns = make_variables(model, variables);
+  number_model(0);
   open_ffile(run_files().element_e_matrices, "w"); // created by the element stage
   close_ffile(run_files().element_e_matrices);
   make_element_matrices(model, options);
@@ -242,39 +244,13 @@ TEST_F(Assembly, GmshBoxOfTetrahedra) {
   FFILE *file = files.open_card_text("pre_geom", read_file(files.dir().file("pre_geom")));
   read_pre_geom(model, file, 0, 0,
                 MESH_READ_SETTINGS{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0});
-  BOUNDARY_DATA boundary;
-  boundary.far_boundary_condition = 1;
-  make_model(model, boundary, -1, false);
-  VARIABLE_OPTIONS variables;
-  variables.far_boundary_condition = 1;
-  no_unknowns = make_variables(model, variables);
+  number_model(-1);
   ASSERT_EQ(no_unknowns, model.no_edges);
   make_element_matrices(model, options);
   profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, true);
   double *h = assemble(run_files().element_h_matrices, true);
-  std::mt19937 random(9);
-  std::uniform_real_distribution<double> value(-1.0, 1.0);
-  std::vector<double> phi(static_cast<std::size_t>(model.no_nodes));
-  for (double &p : phi) p = value(random);
-  std::vector<double> gradient(static_cast<std::size_t>(model.no_edges));
-  for (int e = 0; e < model.no_edges; ++e)
-    gradient[static_cast<std::size_t>(e)] = phi[static_cast<std::size_t>(model.edges[e].end - model.nodes)] -
-                                            phi[static_cast<std::size_t>(model.edges[e].start - model.nodes)];
-  const std::vector<double> g = to_unknowns(model, no_unknowns, gradient);
-  double largest = 0.0;
-  std::vector<double> hg(g.size(), 0.0);
-  for (int row = 0; row < profile->dimension; ++row)
-    for (int k = profile->row_head_pointers[row]; k < profile->row_head_pointers[row + 1]; ++k) {
-      const int column = profile->index[k] - 1;
-      hg[static_cast<std::size_t>(row)] += h[k] * g[static_cast<std::size_t>(column)];
-      if (column != row) hg[static_cast<std::size_t>(column)] += h[k] * g[static_cast<std::size_t>(row)];
-      largest = std::max(largest, std::fabs(h[k]));
-    }
-  for (double r : hg) EXPECT_LT(std::fabs(r), 1e-9 * largest); // round-off of sums of a few dozen terms
-  std::vector<double> a(static_cast<std::size_t>(model.no_edges));
-  for (double &v : a) v = value(random);
-  expect_close(quadratic_form(*profile, h, to_unknowns(model, no_unknowns, a).data()),
-               element_energy_sum(model, a, options, true), 1e-11, 0.0); // rounding of the sums
+  // Round-off of sums of a few dozen terms.
+  expect_gradient_kernel_and_element_energies(model, *profile, h, no_unknowns, options, 9, 1e-9);
   free_named(h, "h_matrix");
 }
 
@@ -284,12 +260,7 @@ TEST_F(Assembly, GivenCurrentEdgesGoToCouplingAndMutual) {
   // K_33 + K_55 + 2 s_3 s_5 K_53.
   materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
   model = MESH_BUILDER::hexahedra(1, 0.1).build();
-  BOUNDARY_DATA boundary;
-  boundary.far_boundary_condition = 1;
-  make_model(model, boundary, -1, false);
-  VARIABLE_OPTIONS variables;
-  variables.far_boundary_condition = 1;
-  no_unknowns = make_variables(model, variables);
+  number_model(-1);
   const V_ELEMENT &element = model.v_elements[0];
   for (int i : {3, 5}) element.edges[i]->potentials->terms[0] = POTENTIAL_TERM{1.0, 1, A_EDGE_GIVEN};
   make_element_matrices(model, options);
