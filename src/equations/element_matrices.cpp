@@ -4,6 +4,7 @@
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
 #include "job/run_files.hpp"
+#include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
 #include "mesh/gauss.hpp"
 
@@ -107,6 +108,8 @@ void element_matrices(const V_ELEMENT &element, const ELEMENT_MATRIX_OPTIONS &op
       } else {
         double nu[9];
         linear_reluctivity(*magnetic->linear, point, nu);
+        if (options.source_reluctivity)
+          for (int k = 0; k < 9; ++k) nu[k] = (k % 4 == 0 ? 1.0 / mu0 : 0.0) - nu[k];
         add_block(out.h, E, curls, nu, weight);
       }
     }

@@ -19,6 +19,9 @@ struct ELEMENT_MATRIX_OPTIONS {
   bool scalar_only = false;    // no vector-potential block at all
   int ac_mode = 0;             // 1, 2 the AC forms; 2 puts the imaginary reluctivity in e
   bool ac_time_domain = false; // e from a second conductivity datum
+  // h with the reluctivity nu0 I - nu of the element: the coupling of a coil's own potential
+  // into a reduced-potential region.
+  bool source_reluctivity = false;
 };
 
 // One element's matrices; a count of 0 means the block isn't needed (no record is written).

@@ -1,6 +1,8 @@
 // The stage functions of the driver. Each subsystem hangs its work on the step of its stage.
 #include "job/stages.hpp"
 
+#include "analyses/solutions_file.hpp"
+#include "analyses/solve_driver.hpp"
 #include "equations/assembly.hpp"
 #include "equations/element_matrices.hpp"
 #include "equations/matrix_profile.hpp"
@@ -19,6 +21,7 @@
 #include "mesh/saved_model.hpp"
 #include "results/json_report.hpp"
 #include "sources/field_sources.hpp"
+#include "sources/source_matrices.hpp"
 
 #include <string>
 #include <vector>
@@ -69,6 +72,15 @@ void apply_renumbering(MESHED_MODEL &first_part, const std::vector<int> &new_num
     for (int e = 0; e < part->no_edges; ++e) renumber(part->edges[e].potentials);
     for (int i = 0; i < part->no_nodes; ++i) renumber(part->nodes[i].potentials);
   }
+}
+
+// The matrix of a static solve: the h matrix as it stands, with its profile.
+void write_t_matrix(const MATRIX_PROFILE &profile, const double *h) {
+  FFILE *file = run_files().system_t_matrix;
+  open_ffile(file, "w");
+  write_matrix_profile(file, &profile);
+  write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile.size), file);
+  close_ffile(file);
 }
 
 void print_mesh_tables(std::FILE *output, const MESHED_MODEL &first_part) {
@@ -154,6 +166,7 @@ void make_system_matrices() {
     double *h = assemble_h_matrix(*profile, model, files.element_h_matrices);
     close_ffile(files.element_h_matrices);
     write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
+    if (control.is_static) write_t_matrix(*profile, h);
     free_named(h, "h_matrix");
     if (control.ac_mode == 2) {
       // The second h of an AC 2 job: the imaginary reluctivities.
@@ -173,11 +186,21 @@ void make_system_matrices() {
   }
   close_ffile(files.system_matrices);
   free_matrix_profile(&profile);
+
+  // The sources' load columns and the numbering of the unknowns, for the solve stage of this
+  // run or a later one.
+  make_source_matrices(model, no_unknowns);
+  open_ffile(files.source_matrix, "w");
+  save_sources(files.source_matrix, chain_edge_count(model));
+  close_ffile(files.source_matrix);
+  open_ffile(files.potentials, "w");
+  write_solutions_header(files.potentials, model, no_unknowns, no_unknowns);
+  close_ffile(files.potentials);
 }
 
 void solve_equation() {
   if (control_data().SOLVE_EQUATION == 0) return;
-  stop_at_unavailable_stage("solve stage");
+  solve_equation_stage(global_model());
 }
 
 void post_processing() {

@@ -162,6 +162,7 @@ void read_network(FFILE *file) {
 } // namespace
 
 const FIELD_SOURCES &field_sources() { return the_sources; }
+FIELD_SOURCES &field_sources_writable() { return the_sources; }
 
 FIELD_SOURCE *new_field_source() {
   FIELD_SOURCES &all = the_sources;

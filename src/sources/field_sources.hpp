@@ -10,6 +10,7 @@ namespace tesmora {
 
 struct TIME_EVOLUTION;
 struct EXTERNAL_FIELD;
+struct SPARSE_VECTOR;
 
 // Kinds of field source, by their keyword.
 enum SOURCE_KIND {
@@ -62,9 +63,12 @@ struct FIELD_SOURCE {
   std::int16_t circuit_flag = 0;                  // a circuit or network drives it
   std::int16_t in_rotor = 0;
   CIRCUIT_PARM *circuit_parm = nullptr;
-  int motion_id = 0;       // MOTIN_ID of a coil in a MOTION 1 job
-  int potential = 0;       // POTENTIAL of a coil
-  double joule_loss = 0.0; // W, resistive heat of a conductor source
+  int motion_id = 0;                      // MOTIN_ID of a coil in a MOTION 1 job
+  int potential = 0;                      // POTENTIAL of a coil
+  double joule_loss = 0.0;                // W, resistive heat of a conductor source
+  SPARSE_VECTOR *source_vector = nullptr; // the load column, once made
+  double *A_source = nullptr; // COIL: circulation of A along each edge of the chain, by chain index;
+                              // tag "field_source->field.external->A_source"
 };
 
 struct FIELD_SOURCES {
@@ -75,8 +79,12 @@ struct FIELD_SOURCES {
   int no_forced_potentials = 0; // MPOTSUF with a time function
   double region_factor = 1.0;
   double inv_region_parallel = 1.0;
+  double *resistances = nullptr; // no_sources; tag "field_sources.resistances"
+  double *inductances = nullptr; // no_sources squared, row-major; tag "field_sources.inductance"
 };
 const FIELD_SOURCES &field_sources();
+// The table for the code that makes the sources' load columns and amplitudes.
+FIELD_SOURCES &field_sources_writable();
 
 // Reads the source section, from the card whose first word is SOURCE to END.
 void read_source_section(FFILE *file, int module_flag);

@@ -1,0 +1,219 @@
+// The solve stage of a static run: system equation, steps, right-hand side, solutions file.
+#include "analyses/solve_driver.hpp"
+
+#include "analyses/restart.hpp"
+#include "analyses/solutions_file.hpp"
+#include "equations/matrix_profile.hpp"
+#include "input/control_data.hpp"
+#include "input/solver_settings.hpp"
+#include "job/block_io.hpp"
+#include "job/cpu_times.hpp"
+#include "job/memory.hpp"
+#include "job/report.hpp"
+#include "job/run_files.hpp"
+#include "mesh/model.hpp"
+#include "sources/field_sources.hpp"
+#include "sources/source_matrices.hpp"
+
+#include <cstdint>
+
+namespace tesmora {
+namespace {
+
+[[noreturn]] void stop_at_unavailable_analysis(const char *work) {
+  write_fault("**** The %s is not part of this build of the program. Job is stopped. ****\n", work);
+  stop_job(1);
+}
+
+// The solver code of the equation: an asymmetric system takes the asymmetric sibling of the
+// symmetric method asked for.
+int equation_solver(int solver, int asymmetric) {
+  if (!asymmetric) return solver;
+  switch (solver) {
+  case 0:
+  case 1:
+    return 5;
+  case 2:
+    return 7;
+  case 3:
+    return 8;
+  case 4:
+    return 6;
+  default:
+    return solver;
+  }
+}
+
+// The stop watches of the loop that this build fills; the others report zero.
+struct LOOP_WATCHES {
+  StopWatch *solver = nullptr;
+  StopWatch *assemble = nullptr;
+  StopWatch *preconditioning = nullptr;
+};
+
+void write_loop_times(const LOOP_WATCHES &w) {
+  write_check("********** ICCG:%d: %15.5e, PRE_COND:%d: %15.5e, MATRIX :%d:%15.5e, ELEM_MATRIX :%d:%15.5e, "
+              "LINE_SERACH:%d: %15.5e\n",
+              w.solver->no_laps, w.solver->total_utime, w.preconditioning->no_laps,
+              w.preconditioning->total_utime, w.assemble->no_laps, w.assemble->total_utime, 0, 0.0, 0, 0.0);
+  write_check("*** Time for Block_ICCG_real_openmp  %10.3f (sec)\n", 0.0);
+  write_check("*** Time for assemble  %10.3f (sec)\n", w.assemble->total_utime);
+  write_check("*** Time for sparse_matrix_preconditioning  %10.3f (sec)\n", w.preconditioning->total_utime);
+  write_check("*** Time for sparse_matrix_solver  %10.3f (sec)\n", w.solver->total_utime);
+  write_check("*** Time for line_search  %10.3f (sec)\n", 0.0);
+  write_check("*** Time for renumbering  %10.3f (sec)\n", 0.0);
+  write_check("*** Time for scaling  %10.3f (sec)\n", 0.0);
+  write_check("*** Time for assemble nonlinear matrix of network  %10.3f (sec)\n", 0.0);
+}
+
+// One step of a linear static run: sources at the step's time, one solve, one record.
+void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, double time,
+                     const LOOP_WATCHES &watches) {
+  set_source_amplitudes(time);
+  start_stop_watch(watches.assemble);
+  load_vector(equation.RHS, equation.no_unknowns);
+  SPARSE_MATRIX *matrix = load_matrix(equation);
+  stop_stop_watch(watches.assemble);
+  start_stop_watch(watches.solver);
+  SOLVE_RESULT result;
+  solve_sparse_matrix(matrix, equation.RHS, equation.solution, equation.no_unknowns, cg, &result);
+  stop_stop_watch(watches.solver);
+  write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
+}
+
+void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
+  const CONTROL_DATA &control = control_data();
+  LOOP_WATCHES watches{create_stop_watch(), create_stop_watch(), create_stop_watch()};
+  SYSTEM_EQUATION *equation = make_system_equation(no_unknowns, no_nonzeros);
+  read_initial_solution_into(first_part, equation->solution, no_unknowns);
+
+  RUN_FILES &files = run_files();
+  open_ffile(files.solutions, "w");
+  write_solutions_header(files.solutions, first_part, no_unknowns, no_unknowns);
+  CG_SOLVE_STATE cg = make_cg_solve_state(solver_settings());
+  int step = 0;
+  double time = control.time_control.initial_time;
+  for (const TIME_ROW &row : control.time_control.rows)
+    for (int s = 1; s <= row.no_steps; ++s) {
+      // The very first step of a static run keeps the initial time.
+      if (!(control.is_static && step == 0)) time += row.delta_time;
+      ++step;
+      one_static_step(*equation, cg, step, time, watches);
+    }
+  close_ffile(files.solutions);
+  free_system_equation(&equation);
+  write_loop_times(watches);
+  std::FILE *output = files.print_out->stream;
+  write_report(output, "**** Total number of ICCG interations:      %d *********\n", cg.total_iterations);
+  write_report(output, "**** Total number of nonlinear interations: %d *********\n", 0);
+  std::fflush(output);
+  delete_stop_watch(watches.solver);
+  delete_stop_watch(watches.assemble);
+  delete_stop_watch(watches.preconditioning);
+}
+
+} // namespace
+
+SYSTEM_EQUATION *make_system_equation(int no_unknowns, int no_nonzeros) {
+  const CONTROL_DATA &control = control_data();
+  const CG_ITERATION &settings = solver_settings().cg_iteration;
+  auto *equation = new_record<SYSTEM_EQUATION>("system_equation");
+  equation->no_unknowns = no_unknowns;
+  equation->no_nonzeros = no_nonzeros;
+  equation->asymmetric = control.matrix_is_asymmetric;
+  equation->complex = control.ac_mode != 0;
+  equation->solver = equation_solver(settings.solver, equation->asymmetric);
+  SPARSE_MATRIX_OPTIONS options;
+  options.solver = equation->solver;
+  options.scaling = settings.scaling;
+  options.asymmetric = equation->asymmetric;
+  options.is_complex = equation->complex;
+  equation->t_matrix = make_sparse_matrix(no_unknowns, no_nonzeros, options);
+  const std::uint64_t width = equation->complex ? 2 : 1;
+  equation->solution =
+      calloc_double(width * static_cast<std::uint64_t>(no_unknowns), "system_equation->solution");
+  equation->RHS = calloc_double(width * static_cast<std::uint64_t>(no_unknowns), "system_equation->RHS");
+  return equation;
+}
+
+void free_system_equation(SYSTEM_EQUATION **equation) {
+  if (!*equation) return;
+  free_sparse_matrix(&(*equation)->t_matrix);
+  free_sparse_matrix(&(*equation)->r_matrix);
+  free_named((*equation)->solution, "system_equation->solution");
+  free_named((*equation)->RHS, "system_equation->RHS");
+  free_named(*equation, "system_equation");
+  *equation = nullptr;
+}
+
+SPARSE_MATRIX *load_matrix(SYSTEM_EQUATION &equation) {
+  const CONTROL_DATA &control = control_data();
+  const bool may_stay = equation.t_matrix_loaded && !control.non_linear && !control.moving;
+  if (may_stay) return equation.t_matrix;
+  FFILE *file = run_files().system_t_matrix;
+  open_ffile(file, "r");
+  MATRIX_PROFILE *profile = read_matrix_profile(file, nullptr);
+  SPARSE_MATRIX *matrix = equation.t_matrix;
+  set_sparse_matrix_profile(matrix, profile);
+  const std::uint64_t width = equation.complex ? 2 : 1;
+  if (read_blocks(matrix->matrix_lower, sizeof(double), width * static_cast<std::uint64_t>(profile->size),
+                  file) != 1) {
+    write_fault("FREAD error!\n");
+    stop_job(1);
+  }
+  free_matrix_profile(&profile);
+  close_ffile(file);
+  matrix->is_factorised = 0;
+  matrix->is_scaled = 0;
+  matrix->is_renumbered = 1;
+  equation.t_matrix_loaded = 1;
+  return matrix;
+}
+
+void load_vector(double *rhs, int no_unknowns) {
+  for (int i = 0; i < no_unknowns; ++i) rhs[i] = 0.0;
+  const FIELD_SOURCES &sources = field_sources();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    if (source.source_vector && source.amplitude != 0.0)
+      add_sparse_vector(source.source_vector, source.amplitude, rhs);
+  }
+}
+
+int restore_model_variables(MESHED_MODEL &first_part) {
+  FFILE *file = run_files().potentials;
+  open_ffile(file, "r");
+  const int no_unknowns = restore_variables(file, first_part);
+  close_ffile(file);
+  if (no_unknowns < 0) {
+    write_fault("no_unknown is different! it may be wrong old_solutions.\n");
+    stop_job(1);
+  }
+  return no_unknowns;
+}
+
+void solve_equation_stage(MESHED_MODEL &first_part) {
+  const CONTROL_DATA &control = control_data();
+  if (control.is_transient) stop_at_unavailable_analysis("transient analysis");
+  if (control.ac_mode) stop_at_unavailable_analysis("AC analysis");
+  if (control.non_linear) stop_at_unavailable_analysis("nonlinear iteration");
+  if (control.electric_kind || control.is_thermal) stop_at_unavailable_analysis("scalar-potential analysis");
+  if (control.moving) stop_at_unavailable_analysis("motion analysis");
+  if (!control.MAKE_SYSTEM_MATRICES) restore_model_variables(first_part);
+
+  // The sources' load columns made by the matrix stage.
+  RUN_FILES &files = run_files();
+  open_ffile(files.source_matrix, "r");
+  load_sources(files.source_matrix, chain_edge_count(first_part));
+  close_ffile(files.source_matrix);
+
+  open_ffile(files.system_matrices, "r");
+  MATRIX_PROFILE *profile = read_matrix_profile(files.system_matrices, nullptr);
+  close_ffile(files.system_matrices);
+  const int no_unknowns = profile->dimension;
+  const int no_nonzeros = profile->size;
+  free_matrix_profile(&profile);
+  time_stepping(first_part, no_unknowns, no_nonzeros);
+}
+
+} // namespace tesmora

@@ -1,0 +1,44 @@
+// The solve stage: the system equation of a run, the time-control loop (a static run is a run of
+// steps whose count alone differs), the right-hand side of the sources and the solutions file.
+#pragma once
+
+#include "equations/iccg.hpp"
+#include "equations/sparse_matrix.hpp"
+
+namespace tesmora {
+
+struct MESHED_MODEL;
+
+// The equation of the solve stage ("system_equation").
+struct SYSTEM_EQUATION {
+  int no_unknowns = 0;
+  int solver = 0;     // solver code after the rewrite for asymmetric systems
+  int asymmetric = 0; // matrix_asymmetric
+  int complex = 0;    // 1 in AC
+  int r_shares_t = 0; // r_matrix arrays share those of t_matrix
+  int no_nonzeros = 0;
+  SPARSE_MATRIX *t_matrix = nullptr; // the matrix of the solve
+  SPARSE_MATRIX *r_matrix = nullptr; // right-hand matrix of a transient step
+  double *solution = nullptr;        // "system_equation->solution"
+  double *RHS = nullptr;             // "system_equation->RHS"
+  int t_matrix_loaded = 0;           // the values in t_matrix are those of the file
+};
+
+SYSTEM_EQUATION *make_system_equation(int no_unknowns, int no_nonzeros);
+void free_system_equation(SYSTEM_EQUATION **equation);
+
+// Brings the matrix of the step into t_matrix from the t_matrix file unless it may stay (loaded
+// before, linear, no motion). Returns the matrix to use.
+SPARSE_MATRIX *load_matrix(SYSTEM_EQUATION &equation);
+
+// rhs (no_unknowns) = the sum of the sources' load columns times their amplitudes now.
+void load_vector(double *rhs, int no_unknowns);
+
+// The stage.
+void solve_equation_stage(MESHED_MODEL &first_part);
+
+// Brings the variable lists of the model back from the potentials file when the matrix stage
+// didn't run in this run; returns the number of unknowns.
+int restore_model_variables(MESHED_MODEL &first_part);
+
+} // namespace tesmora

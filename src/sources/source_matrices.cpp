@@ -1,0 +1,296 @@
+// Load columns of the field sources: the coil potential on edges and its coupling into the unknowns.
+#include "sources/source_matrices.hpp"
+
+#include "equations/element_matrices.hpp"
+#include "equations/sparse_matrix.hpp"
+#include "input/control_data.hpp"
+#include "job/block_io.hpp"
+#include "job/memory.hpp"
+#include "job/report.hpp"
+#include "job/run_files.hpp"
+#include "materials/magnetic_property.hpp"
+#include "materials/material_tables.hpp"
+#include "mesh/model.hpp"
+#include "sources/coil_cards.hpp"
+#include "sources/external_field.hpp"
+#include "sources/field_sources.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+namespace tesmora {
+namespace {
+
+constexpr const char *A_source_tag = "field_source->field.external->A_source";
+
+double seconds_since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// A coil's field takes part in an element when the element's region carries it and the
+// region's reluctivity is a linear one (the only kind whose matrix is made here).
+bool element_takes_part(const V_ELEMENT &element, int coil_potential) {
+  if (!element.edges || !region_carries_coil(element.potential_bits, coil_potential)) return false;
+  const MAT_PROPERTY *mat = element.material;
+  return mat && mat->magnetic && mat->magnetic->type == linear_property && mat->magnetic->linear;
+}
+
+// The chain index of every edge: the parts' edges one after the other.
+std::vector<int> part_offsets(const MESHED_MODEL &first_part) {
+  std::vector<int> offsets;
+  int offset = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next) {
+    offsets.push_back(offset);
+    offset += part->no_edges;
+  }
+  return offsets;
+}
+
+// The row of the unknowns an element edge feeds: its signed A terms.
+void scatter_edge_row(const EDGE &edge, double value, double *work) {
+  const POTENTIAL_TERMS *terms = edge.potentials;
+  for (int t = 0; terms && t < terms->no_terms; ++t)
+    if (terms->terms[t].name == A_EDGE)
+      work[terms->terms[t].position - 1] += terms->terms[t].coefficient * value;
+}
+
+// y = K a for a packed symmetric matrix of n rows.
+void packed_product(const double *packed, int n, const double *a, double *y) {
+  for (int i = 0; i < n; ++i) y[i] = 0.0;
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < i; ++j) {
+      const double k = packed[packed_index(i, j)];
+      y[i] += k * a[j];
+      y[j] += k * a[i];
+    }
+    y[i] += packed[packed_index(i, i)] * a[i];
+  }
+}
+
+void write_int(FFILE *file, int value) {
+  const std::int32_t word = value;
+  write_blocks(&word, sizeof word, 1, file);
+}
+
+int read_int(FFILE *file) {
+  std::int32_t word = 0;
+  if (read_blocks(&word, sizeof word, 1, file) != 1) return -1;
+  return word;
+}
+
+[[noreturn]] void stop_at_bad_source_file() {
+  write_fault("**** File load_vector is incorrect. Job is stopped.. *******\n");
+  stop_job(1);
+}
+
+} // namespace
+
+int chain_edge_count(const MESHED_MODEL &first_part) {
+  int count = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next) count += part->no_edges;
+  return count;
+}
+
+int chain_edge_index(const MESHED_MODEL &first_part, const MESHED_MODEL &part, const EDGE *edge) {
+  int offset = 0;
+  for (const MESHED_MODEL *p = &first_part; p && p != &part; p = p->next) offset += p->no_edges;
+  return offset + static_cast<int>(edge - part.edges);
+}
+
+void external_field_source_A_on_edges(FIELD_SOURCE &source, const MESHED_MODEL &first_part,
+                                      const COIL_EVALUATION &evaluation) {
+  const int no_edges = chain_edge_count(first_part);
+  if (!source.A_source) source.A_source = calloc_double(static_cast<std::uint64_t>(no_edges), A_source_tag);
+  // Flag the edges of the regions that carry the field, each once, then integrate in parallel.
+  std::vector<const EDGE *> edges(static_cast<std::size_t>(no_edges), nullptr);
+  const std::vector<int> offsets = part_offsets(first_part);
+  const int coil_potential = source.external->potential_option;
+  std::size_t p = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (!element.edges || !region_carries_coil(element.potential_bits, coil_potential)) continue;
+      for (int i = 0; i < element.type->no_edges; ++i) {
+        const EDGE *edge = element.edges[i];
+        edges[static_cast<std::size_t>(offsets[p] + (edge - part->edges))] = edge;
+      }
+    }
+  double *A_source = source.A_source;
+  const EXTERNAL_FIELD &field = *source.external;
+#pragma omp parallel for schedule(dynamic, 256)
+  for (int e = 0; e < no_edges; ++e) {
+    const EDGE *edge = edges[static_cast<std::size_t>(e)];
+    if (!edge) {
+      A_source[e] = 0.0;
+      continue;
+    }
+    const double d[3] = {edge->end->x - edge->start->x, edge->end->y - edge->start->y,
+                         edge->end->z - edge->start->z};
+    const double middle[3] = {edge->start->x + 0.5 * d[0], edge->start->y + 0.5 * d[1],
+                              edge->start->z + 0.5 * d[2]};
+    double A[3];
+    external_field_A(field, evaluation, middle, A);
+    // Weight 2 of the one-point rule times the tangent (P2 - P1)/2.
+    A_source[e] = A[0] * d[0] + A[1] * d[1] + A[2] * d[2];
+  }
+}
+
+void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
+                                          double *work) {
+  ELEMENT_MATRIX_OPTIONS options;
+  options.source_reluctivity = true;
+  auto *matrices = static_cast<ELEMENT_MATRICES *>(calloc_named(1, sizeof(ELEMENT_MATRICES), "work"));
+  TRANSFORM_SCRATCH scratch;
+  const int coil_potential = source.external->potential_option;
+  const std::vector<int> offsets = part_offsets(first_part);
+  std::size_t p = 0;
+  double a[max_element_edges], y[max_element_edges], sign[max_element_edges];
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (!element_takes_part(element, coil_potential)) continue;
+      element_matrices(element, options, *matrices, scratch);
+      if (matrices->h_count == 0) continue;
+      const int n = element.type->no_edges;
+      for (int i = 0; i < n; ++i) {
+        sign[i] = ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0;
+        const EDGE *edge = element.edges[i];
+        a[i] = sign[i] * source.A_source[offsets[p] + (edge - part->edges)];
+      }
+      packed_product(matrices->h, n, a, y);
+      for (int i = 0; i < n; ++i) scatter_edge_row(*element.edges[i], sign[i] * y[i], work);
+    }
+  free_named(matrices, "work");
+}
+
+void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
+  FIELD_SOURCES &sources = field_sources_writable();
+  const CONTROL_DATA &control = control_data();
+  std::FILE *output = run_files().print_out->stream;
+  const int n = sources.no_sources;
+  if (n == 0) return;
+  if (!sources.resistances)
+    sources.resistances = calloc_double(static_cast<std::uint64_t>(n), "field_sources.resistances");
+  if (!sources.inductances)
+    sources.inductances = calloc_double(static_cast<std::uint64_t>(n) * n, "field_sources.inductance");
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  double *work = calloc_double(static_cast<std::uint64_t>(no_unknowns), "work");
+  for (int s = 0; s < n; ++s) {
+    FIELD_SOURCE &source = sources.data[s];
+    // A moving coil without a circuit gets its column at each step, not here.
+    if (source.type != source_coil || !source.external || control.no_coil_field) continue;
+    if (control.MOTION == 1 && source.motion_id != 0 && source.circuit_flag == 0) continue;
+    auto start = std::chrono::steady_clock::now();
+    external_field_source_A_on_edges(source, first_part, evaluation);
+    write_report(
+        output,
+        "      Calculation time( external_field_source_A_on_edges_direct_current); %15.5e (sec)  ***\n",
+        seconds_since(start));
+    start = std::chrono::steady_clock::now();
+    for (int i = 0; i < no_unknowns; ++i) work[i] = 0.0;
+    load_vector_by_external_field_source(source, first_part, work);
+    for (int i = 0; i < no_unknowns; ++i) work[i] *= sources.region_factor;
+    free_sparse_vector(&source.source_vector);
+    source.source_vector = make_sparse_vector(no_unknowns, work);
+    write_report(
+        output,
+        "      Calculation time( load_vector_by_external_field_source_direct_current2); %15.5e (sec)  ***\n",
+        seconds_since(start));
+  }
+  free_named(work, "work");
+  if (control.CALC_IND != 1) return;
+  // Inductance of the coils through the regions that carry their potential: A_source of one
+  // against the load column of the other.
+  std::vector<int> edge_row;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int e = 0; e < part->no_edges; ++e) {
+      const POTENTIAL_TERMS *terms = part->edges[e].potentials;
+      edge_row.push_back(
+          terms && terms->no_terms > 0 && terms->terms[0].name == A_EDGE ? terms->terms[0].position - 1 : -1);
+    }
+  for (int j = 0; j < n; ++j) {
+    const FIELD_SOURCE &sj = sources.data[j];
+    if (sj.type != source_coil || !sj.source_vector) continue;
+    for (int i = j; i < n; ++i) {
+      const FIELD_SOURCE &si = sources.data[i];
+      if (si.type != source_coil || !si.A_source) continue;
+      double sum = 0.0;
+      for (std::size_t e = 0; e < edge_row.size(); ++e)
+        if (edge_row[e] >= 0) sum += si.A_source[e] * sparse_vector_value(sj.source_vector, edge_row[e]);
+      sources.inductances[i * n + j] += sum;
+    }
+  }
+  for (int i = 0; i < n; ++i)
+    for (int j = i + 1; j < n; ++j) sources.inductances[i * n + j] = sources.inductances[j * n + i];
+}
+
+void save_sources(FFILE *file, int no_edges) {
+  const FIELD_SOURCES &sources = field_sources();
+  write_int(file, sources.no_sources);
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    write_int(file, source.series_no);
+    write_int(file, source.source_vector ? 1 : 0);
+    if (source.source_vector) write_sparse_vector(file, source.source_vector);
+    if (source.type == source_coil) {
+      write_int(file, source.A_source ? 1 : 0);
+      if (source.A_source)
+        write_blocks(source.A_source, sizeof(double), static_cast<std::uint64_t>(no_edges), file);
+    }
+  }
+  const std::uint64_t n = static_cast<std::uint64_t>(sources.no_sources);
+  if (n == 0) return;
+  write_int(file, sources.resistances ? 1 : 0);
+  if (sources.resistances) write_blocks(sources.resistances, sizeof(double), n, file);
+  write_int(file, sources.inductances ? 1 : 0);
+  if (sources.inductances) write_blocks(sources.inductances, sizeof(double), n * n, file);
+}
+
+void load_sources(FFILE *file, int no_edges) {
+  FIELD_SOURCES &sources = field_sources_writable();
+  if (read_int(file) != sources.no_sources) stop_at_bad_source_file();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    FIELD_SOURCE &source = sources.data[s];
+    if (read_int(file) != source.series_no) stop_at_bad_source_file();
+    const int has_vector = read_int(file);
+    if (has_vector < 0) stop_at_bad_source_file();
+    free_sparse_vector(&source.source_vector);
+    if (has_vector) source.source_vector = read_sparse_vector(file);
+    if (source.type == source_coil) {
+      const int has_A = read_int(file);
+      if (has_A < 0) stop_at_bad_source_file();
+      if (has_A) {
+        if (!source.A_source)
+          source.A_source = calloc_double(static_cast<std::uint64_t>(no_edges), A_source_tag);
+        if (read_blocks(source.A_source, sizeof(double), static_cast<std::uint64_t>(no_edges), file) != 1)
+          stop_at_bad_source_file();
+      }
+    }
+  }
+  const std::uint64_t n = static_cast<std::uint64_t>(sources.no_sources);
+  if (n == 0) return;
+  if (read_int(file) == 1) {
+    if (!sources.resistances) sources.resistances = calloc_double(n, "field_sources.resistances");
+    if (read_blocks(sources.resistances, sizeof(double), n, file) != 1) stop_at_bad_source_file();
+  }
+  if (read_int(file) == 1) {
+    if (!sources.inductances) sources.inductances = calloc_double(n * n, "field_sources.inductance");
+    if (read_blocks(sources.inductances, sizeof(double), n * n, file) != 1) stop_at_bad_source_file();
+  }
+}
+
+void free_source_matrices() {
+  FIELD_SOURCES &sources = field_sources_writable();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    free_sparse_vector(&sources.data[s].source_vector);
+    if (sources.data[s].A_source) free_named(sources.data[s].A_source, A_source_tag);
+    sources.data[s].A_source = nullptr;
+  }
+  if (sources.resistances) free_named(sources.resistances, "field_sources.resistances");
+  if (sources.inductances) free_named(sources.inductances, "field_sources.inductance");
+  sources.resistances = nullptr;
+  sources.inductances = nullptr;
+}
+
+} // namespace tesmora
