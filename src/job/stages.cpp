@@ -20,6 +20,7 @@
 #include "mesh/potentials.hpp"
 #include "mesh/saved_model.hpp"
 #include "results/json_report.hpp"
+#include "results/output_control.hpp"
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
@@ -204,8 +205,14 @@ void solve_equation() {
 }
 
 void post_processing() {
-  if (control_data().POST_PROCESSING == 0) return;
-  stop_at_unavailable_stage("post-processing stage");
+  const CONTROL_DATA &control = control_data();
+  if (control.POST_PROCESSING == 0) return;
+  if (control.ac_mode) stop_at_unavailable_stage("AC post-processing");
+  if (control.AVERAGE) stop_at_unavailable_stage("averaging over a period");
+  MESHED_MODEL &model = global_model();
+  // The post stage reads the unknowns through the numbering the matrix stage made.
+  if (!control.MAKE_SYSTEM_MATRICES && !control.SOLVE_EQUATION) restore_model_variables(model);
+  transient_output_control(model);
 }
 
 } // namespace tesmora

@@ -1,0 +1,231 @@
+// Flux density of a step at element centres and nodes, and the coil field it adds in reduced regions.
+#include "results/field_quantities.hpp"
+
+#include "input/control_data.hpp"
+#include "job/memory.hpp"
+#include "materials/material_tables.hpp"
+#include "mesh/model.hpp"
+#include "sources/coil_cards.hpp"
+#include "sources/external_field.hpp"
+#include "sources/field_sources.hpp"
+#include "sources/source_matrices.hpp"
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace tesmora {
+namespace {
+
+constexpr const char *nodes_tag = "B_source_at_nodes";
+constexpr const char *centers_tag = "B_source_at_element_centers";
+
+bool selected(const V_ELEMENT &element) {
+  return element.material && (element.material->flags & mat_output) != 0;
+}
+
+void element_coordinates(const V_ELEMENT &element, double (*xyz)[3]) {
+  for (int i = 0; i < element.type->no_nodes; ++i) {
+    xyz[i][0] = element.nodes[i]->x;
+    xyz[i][1] = element.nodes[i]->y;
+    xyz[i][2] = element.nodes[i]->z;
+  }
+}
+
+// Sum of amplitude times B of the coils whose field the region of these potential bits carries.
+void coil_B(int potential_bits, const COIL_EVALUATION &evaluation, const double x[3], double B[3]) {
+  B[0] = B[1] = B[2] = 0.0;
+  const FIELD_SOURCES &sources = field_sources();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    if (source.type != source_coil || !source.external || source.amplitude == 0.0) continue;
+    if (!region_carries_coil(potential_bits, source.external->potential_option)) continue;
+    double b[3];
+    external_field_B(*source.external, evaluation, x, b);
+    for (int c = 0; c < 3; ++c) B[c] += source.amplitude * b[c];
+  }
+}
+
+// The chain positions of the first node and element of each part.
+struct CHAIN_OFFSETS {
+  std::vector<int> nodes, elements;
+  int no_nodes = 0, no_elements = 0;
+};
+CHAIN_OFFSETS chain_offsets(const MESHED_MODEL &first_part) {
+  CHAIN_OFFSETS o;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next) {
+    o.nodes.push_back(o.no_nodes);
+    o.elements.push_back(o.no_elements);
+    o.no_nodes += part->no_nodes;
+    o.no_elements += part->no_v_elements;
+  }
+  return o;
+}
+
+double magnitude(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
+
+} // namespace
+
+void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field) {
+  free_coil_field_at_points(field);
+  if (control_data().no_coil_field || !field_sources().has_coil) return;
+  // The node values are kept for the POTENTIAL option the coils share (the usual case); coils of
+  // differing options are evaluated at each corner instead.
+  const FIELD_SOURCES &sources = field_sources();
+  field.potential = 0;
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    if (source.type != source_coil || !source.external) continue;
+    const int option = source.external->potential_option;
+    field.potential = field.potential == 0 || field.potential == option ? option : -1;
+  }
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  field.at_centers = calloc_double(3 * static_cast<std::uint64_t>(o.no_elements), centers_tag);
+  std::vector<const NODE *> node_of(static_cast<std::size_t>(o.no_nodes), nullptr);
+  std::vector<const V_ELEMENT *> element_of(static_cast<std::size_t>(o.no_elements), nullptr);
+  std::size_t p = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      element_of[static_cast<std::size_t>(o.elements[p] + k)] = &element;
+      if (field.potential < 0 || !region_carries_coil(static_cast<int>(element.potential_bits), field.potential))
+        continue;
+      for (int i = 0; i < element.type->no_nodes; ++i)
+        node_of[static_cast<std::size_t>(o.nodes[p] + (element.nodes[i] - part->nodes))] = element.nodes[i];
+    }
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  if (field.potential > 0) {
+    field.at_nodes = calloc_double(3 * static_cast<std::uint64_t>(o.no_nodes), nodes_tag);
+    double *at_nodes = field.at_nodes;
+    const int potential = field.potential;
+#pragma omp parallel for schedule(dynamic, 256)
+    for (int n = 0; n < o.no_nodes; ++n) {
+      const NODE *node = node_of[static_cast<std::size_t>(n)];
+      if (!node) continue;
+      const double x[3] = {node->x, node->y, node->z};
+      coil_B(potential, evaluation, x, at_nodes + 3 * n);
+    }
+  }
+  double *at_centers = field.at_centers;
+#pragma omp parallel for schedule(dynamic, 256)
+  for (int e = 0; e < o.no_elements; ++e) {
+    const V_ELEMENT &element = *element_of[static_cast<std::size_t>(e)];
+    double xyz[max_element_nodes][3], x[3];
+    element_coordinates(element, xyz);
+    const POINT_3D &c = element.type->center;
+    element_point(*element.type, xyz, c[0], c[1], c[2], x);
+    coil_B(static_cast<int>(element.potential_bits), evaluation, x, at_centers + 3 * e);
+  }
+}
+
+void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node, const double x[3],
+                        double B[3]) {
+  B[0] = B[1] = B[2] = 0.0;
+  if (!field.at_centers) return;
+  if (field.potential < 0) {
+    const COIL_EVALUATION evaluation{coil_options(), nullptr};
+    coil_B(static_cast<int>(element.potential_bits), evaluation, x, B);
+  } else if (region_carries_coil(static_cast<int>(element.potential_bits), field.potential)) {
+    for (int d = 0; d < 3; ++d) B[d] = field.at_nodes[3 * node + d];
+  }
+}
+
+void free_coil_field_at_points(COIL_FIELD_AT_POINTS &field) {
+  if (field.at_nodes) free_named(field.at_nodes, nodes_tag);
+  if (field.at_centers) free_named(field.at_centers, centers_tag);
+  field = COIL_FIELD_AT_POINTS{};
+}
+
+double element_edge_potential(const V_ELEMENT &element, int i, const double *solution) {
+  const POTENTIAL_TERMS *terms = element.edges[i]->potentials;
+  double a = 0.0;
+  for (int t = 0; terms && t < terms->no_terms; ++t)
+    if (terms->terms[t].name == A_EDGE) a += terms->terms[t].coefficient * solution[terms->terms[t].position - 1];
+  return ((element.edge_direction >> i) & 1u) ? a : -a;
+}
+
+void element_curl_A(const V_ELEMENT &element, const double *solution, const double reference[3], double B[3],
+                    TRANSFORM_SCRATCH &scratch) {
+  B[0] = B[1] = B[2] = 0.0;
+  if (!element.edges) return;
+  const V_ELEMENT_TYPE &type = *element.type;
+  double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
+  element_coordinates(element, xyz);
+  element_transform_edges(type, xyz, reference[0], reference[1], reference[2], inverse, values, curls, scratch);
+  for (int i = 0; i < type.no_edges; ++i) {
+    const double a = element_edge_potential(element, i, solution);
+    for (int c = 0; c < 3; ++c) B[c] += a * curls[i][c];
+  }
+}
+
+void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                         const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  writer.set_counts(o.no_elements, 4, o.no_nodes, 5);
+  writer.step_start(stream, step, post_B_elements, time);
+  TRANSFORM_SCRATCH scratch;
+  if (control.ELEM_OUT) {
+    writer.element_block_start(stream, step, post_B_elements, time, "ELEMENT - BX, BY, BZ, |B|", 4);
+    std::size_t p = 0;
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+      for (int k = 0; k < part->no_v_elements; ++k) {
+        const V_ELEMENT &element = part->v_elements[k];
+        if (!selected(element)) continue;
+        const POINT_3D &c = element.type->center;
+        const double reference[3] = {c[0], c[1], c[2]};
+        double values[4];
+        element_curl_A(element, solution, reference, values, scratch);
+        if (coil.at_centers)
+          for (int d = 0; d < 3; ++d) values[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
+        values[3] = magnitude(values);
+        writer.element_value_row(stream, element.id, 4, values, element.type->no_nodes);
+      }
+    writer.end_of_block(stream);
+  }
+  if (control.NODE_OUT) {
+    const std::uint64_t n = static_cast<std::uint64_t>(o.no_nodes);
+    double *sums[3] = {calloc_double(n, "B_at_nodes[ixyz]"), calloc_double(n, "B_at_nodes[ixyz]"),
+                       calloc_double(n, "B_at_nodes[ixyz]")};
+    int *no_summations = calloc_int(n, "no_summations");
+    std::size_t p = 0;
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+      for (int k = 0; k < part->no_v_elements; ++k) {
+        const V_ELEMENT &element = part->v_elements[k];
+        if (!selected(element)) continue;
+        for (int i = 0; i < element.type->no_nodes; ++i) {
+          const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
+          const double reference[3] = {r[0], r[1], r[2]};
+          double B[3];
+          element_curl_A(element, solution, reference, B, scratch);
+          const int node = o.nodes[p] + static_cast<int>(element.nodes[i] - part->nodes);
+          // The coil field at a corner is that of the element's own region.
+          const double x[3] = {element.nodes[i]->x, element.nodes[i]->y, element.nodes[i]->z};
+          double b_coil[3];
+          coil_field_at_node(coil, element, node, x, b_coil);
+          for (int d = 0; d < 3; ++d) sums[d][node] += B[d] + b_coil[d];
+          ++no_summations[node];
+        }
+      }
+    writer.node_block_start(stream, step, post_B_nodes, time, "NODE - BX, BY, BZ, |B|, FLUX", 5);
+    p = 0;
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+      for (int i = 0; i < part->no_nodes; ++i) {
+        const int node = o.nodes[p] + i;
+        if (no_summations[node] == 0) continue;
+        double values[5];
+        for (int d = 0; d < 3; ++d) values[d] = sums[d][node] / no_summations[node];
+        values[3] = magnitude(values);
+        values[4] = 0.0; // the flux function exists in the two-dimensional models only
+        writer.node_value_row(stream, part->nodes[i].id, 5, values);
+      }
+    writer.end_of_block(stream);
+    for (int d = 0; d < 3; ++d) free_named(sums[d], "B_at_nodes[ixyz]");
+    free_named(no_summations, "no_summations");
+  }
+  writer.flush_stored(stream, step, "BMAG", post_B_elements, time);
+  writer.step_block_end(stream);
+  std::fflush(stream);
+}
+
+} // namespace tesmora

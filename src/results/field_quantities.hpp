@@ -1,0 +1,43 @@
+// Field quantities of a step's solution: the flux density at element centres and averaged at
+// nodes, written through the post-writer table (so the routine doesn't know the file format).
+#pragma once
+
+#include "mesh/element_transform.hpp"
+#include "results/post_writer.hpp"
+
+#include <cstdio>
+
+namespace tesmora {
+
+struct MESHED_MODEL;
+struct V_ELEMENT;
+
+// The coil field of the sources at their present amplitudes, at the nodes and element centres of
+// the regions that carry it ("B_source_at_nodes", "B_source_at_element_centers"); made once per
+// step and shared by the routines of the step.
+struct COIL_FIELD_AT_POINTS {
+  double *at_nodes = nullptr;   // 3 per node of the chain, chain order; null: no coil field
+  double *at_centers = nullptr; // 3 per volume element of the chain, chain order
+  int potential = 0;            // the POTENTIAL option the coils share; -1: they differ
+};
+// The coil field an element of this region adds at a node (chain index) or a global point.
+void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node, const double x[3],
+                        double B[3]);
+void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field);
+void free_coil_field_at_points(COIL_FIELD_AT_POINTS &field);
+
+// The edge potential of an element's local edge i: the sum of its A terms over the solution,
+// signed by the edge's direction in the element.
+double element_edge_potential(const V_ELEMENT &element, int i, const double *solution);
+
+// curl A of the solution at a reference point of the element (the reduced field where a coil
+// adds its own).
+void element_curl_A(const V_ELEMENT &element, const double *solution, const double reference[3], double B[3],
+                    TRANSFORM_SCRATCH &scratch);
+
+// The flux density data set ("BMAG") of one step: element-centre values when ELEM_OUT is on,
+// node means when NODE_OUT is on, for the elements of the materials selected for output.
+void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                         const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time);
+
+} // namespace tesmora

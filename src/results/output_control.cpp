@@ -1,0 +1,155 @@
+// The post stage of a run of steps: output ranges, the walk through solutions, step reports and
+// post files.
+#include "results/output_control.hpp"
+
+#include "analyses/solutions_file.hpp"
+#include "job/memory.hpp"
+#include "job/report.hpp"
+#include "job/run_files.hpp"
+#include "mesh/model.hpp"
+#include "results/field_quantities.hpp"
+#include "results/json_report.hpp"
+#include "results/post_writer.hpp"
+#include "sources/field_sources.hpp"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace tesmora {
+namespace {
+
+constexpr const char *single_stream_tag = "ffile_CADAS_post";
+
+// The post streams of the run: one file per selected output, or with the formats that keep
+// everything in one file (6, 8) a single stream that every output points to.
+struct POST_FILES {
+  FFILE *magnetic = nullptr;
+  FFILE *single = nullptr; // post.cad or post.hwascii, owned here
+};
+
+POST_FILES open_all_post_files(const CONTROL_DATA &control) {
+  POST_FILES files;
+  if (control.POST_DATA_FILE == 0) return files;
+  const POST_WRITER &writer = post_writer();
+  if (control.POST_DATA_FILE == 6 || control.POST_DATA_FILE == 8) {
+    files.single = create_ffile(control.POST_DATA_FILE == 6 ? "post.cad" : "post.hwascii", 0);
+    open_ffile(files.single, "w");
+    writer.file_start(files.single->stream);
+    if (control.post.MAGNETIC) files.magnetic = files.single;
+    return files;
+  }
+  if (control.post.MAGNETIC) {
+    files.magnetic = run_files().post_magnetic;
+    open_ffile(files.magnetic, "w");
+    writer.file_start(files.magnetic->stream);
+  }
+  return files;
+}
+
+void close_all_post_files(POST_FILES &files) {
+  if (files.single) {
+    close_ffile(files.single);
+    free_ffile(files.single, single_stream_tag);
+  } else if (files.magnetic) {
+    close_ffile(files.magnetic);
+  }
+  files = POST_FILES{};
+}
+
+// Outputs the selection card may ask for that this build doesn't compute: said once, not
+// silently dropped.
+void report_outputs_not_built(const CONTROL_DATA &control) {
+  const std::pair<int, const char *> outputs[] = {
+      {control.post.CURRENT, "CURRENT"},     {control.post.FORCE_J_B, "FORCE_J_B"},
+      {control.post.FORCE_NODAL, "FORCE_NODAL"}, {control.post.DISP, "DISP"},
+      {control.post.HEAT, "HEAT"},           {control.post.MAGNETIZATION, "MAGNETIZATION"},
+      {control.post.IRON_LOSS, "IRON_LOSS"}, {control.post.E, "E"},
+      {control.post.COIL_FORCE, "COIL_FORCE"}};
+  std::FILE *output = run_files().print_out->stream;
+  for (const auto &[on, name] : outputs)
+    if (on && control.POST_DATA_FILE != 0)
+      write_report(output, "**** The %s post output is not part of this build of the program; it is skipped. ****\n",
+                   name);
+}
+
+void write_post_step(const POST_FILES &files, const MESHED_MODEL &first_part, const double *solution, int step,
+                     double time) {
+  const CONTROL_DATA &control = control_data();
+  if (control.POST_DATA_FILE == 0) return;
+  const POST_WRITER &writer = post_writer();
+  if (control.post.MAGNETIC && files.magnetic) {
+    COIL_FIELD_AT_POINTS coil;
+    make_coil_field_at_points(first_part, coil);
+    flux_density_output(files.magnetic->stream, writer, first_part, solution, coil, step, time);
+    free_coil_field_at_points(coil);
+  }
+}
+
+[[noreturn]] void stop_at_missing_step(int step) {
+  write_fault("****  time step %d cannot be read from file_solutions ****\n", step);
+  stop_job(1);
+}
+
+} // namespace
+
+bool is_output_step(const MULTI_OUTPUT_STEPS &ranges, int step) {
+  for (const OUTPUT_STEP_RANGE &r : ranges.steps)
+    if (step >= r.initial_step && step <= r.last_step && (step - r.initial_step) % r.step_interval == 0)
+      return true;
+  return false;
+}
+
+int last_output_step(const MULTI_OUTPUT_STEPS &ranges) {
+  int last = 0;
+  for (const OUTPUT_STEP_RANGE &r : ranges.steps) last = std::max(last, r.last_step);
+  return last;
+}
+
+void write_step_report(int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  std::FILE *output = run_files().print_out->stream;
+  const std::string stars(104, '*');
+  write_report(output, "%s\n", stars.c_str());
+  write_report(output, "*                            Step No. %5d    Time %18.10e sec                             *\n",
+               step, time);
+  write_report(output, "%s\n\n", stars.c_str());
+  json_step("STEP", "TIME", time);
+  if (!control.POST_FFT) print_sources(output, control.WIDE);
+  std::fflush(output);
+}
+
+void transient_output_control(MESHED_MODEL &first_part) {
+  const CONTROL_DATA &control = control_data();
+  RUN_FILES &run = run_files();
+  open_ffile(run.solutions, "r");
+  SOLUTIONS_COUNTS counts;
+  if (!read_solutions_header(run.solutions, counts, nullptr)) stop_at_missing_step(1);
+  const int n = counts.no_variables;
+  double *solution = calloc_double(static_cast<std::uint64_t>(std::max(n, 1)), "solution in transient_output_control");
+  POST_FILES files = open_all_post_files(control);
+  report_outputs_not_built(control);
+  const MULTI_OUTPUT_STEPS &ranges = control.multi_output_steps;
+  const int last = last_output_step(ranges);
+  int step = 0;
+  double time = 0.0;
+  int read_steps = 0;
+  while (step < last) {
+    if (!read_solution_record(run.solutions, step, time, solution, n)) {
+      // A run that solved fewer steps than the ranges ask for ends its output here, normally.
+      write_report(run.print_out->stream, "\n****  time step %d cannot be read from file_solutions ****\n",
+                   read_steps + 1);
+      break;
+    }
+    ++read_steps;
+    if (!is_output_step(ranges, step)) continue;
+    set_source_amplitudes(time);
+    write_step_report(step, time);
+    write_post_step(files, first_part, solution, step, time);
+  }
+  close_ffile(run.solutions);
+  close_all_post_files(files);
+  free_named(solution, "solution in transient_output_control");
+}
+
+} // namespace tesmora

@@ -1,0 +1,22 @@
+// The post stage: it never repeats the analysis. It reads the solutions file step by step and,
+// for each step the output ranges select, writes the step report and the post files.
+#pragma once
+
+#include "input/control_data.hpp"
+
+namespace tesmora {
+
+struct MESHED_MODEL;
+
+// Whether the output ranges (or the all-step setting) select this step, and the last step any
+// range asks for.
+bool is_output_step(const MULTI_OUTPUT_STEPS &ranges, int step);
+int last_output_step(const MULTI_OUTPUT_STEPS &ranges);
+
+// The report of one step to `output`: its heading, the JSON step record and the source table.
+void write_step_report(int step, double time);
+
+// The post stage of a job that isn't AC.
+void transient_output_control(MESHED_MODEL &first_part);
+
+} // namespace tesmora
