@@ -8,6 +8,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "materials/material_tables.hpp"
+#include "results/json_report.hpp"
 #include "sources/coil_cards.hpp"
 #include "sources/external_field.hpp"
 
@@ -268,6 +269,12 @@ void print_sources(std::FILE *output, int wide) {
     else
       write_report(output, wide ? "       %5d       %16.8e\n" : "       %5d       %13.5e\n", s.series_no,
                    s.amplitude);
+    // The JSON results get the columns the line shows, numbered by the source's place in the table
+    // (1-based): series numbers repeat when a series has several sources.
+    const int number = k + 1;
+    json_source("SOURCES", "AMPLITUDE", number, s.amplitude);
+    if (three || s.type == source_sufcur) json_source("SOURCES", "VOLTAGE", number, voltage);
+    if (three) json_source("SOURCES", "FLUX", number, flux);
   }
   write_report(output, "\n\n");
 }
@@ -287,6 +294,7 @@ void print_joule_loss(std::FILE *output, int cycle_average) {
       heading = true;
     }
     write_report(output, "         %4d      %11.4e\n", s.series_no, s.joule_loss);
+    json_source("HEAT", "SOURCE", k + 1, s.joule_loss); // numbered as in "SOURCES"
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include "job/memory.hpp"
 #include "job/report.hpp"
+#include "results/json_report.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -35,6 +36,14 @@ void write_line(const ITERATION_TRACK &track, std::FILE *stream, int k, double e
   write_report(stream, track.line_format, k, err);
 }
 
+// One solve's entry in the JSON results: converged flag, iteration of the solution returned and
+// its relative residual. Every way out of a method records exactly once.
+void record_solve(int converged, int iterations, double residual) {
+  json_int("ICCG", "CONVERGE", converged);
+  json_iteration("ICCG", "ITERATION", iterations);
+  json_step("ICCG", "RESIDUAL", residual);
+}
+
 } // namespace
 
 bool take_rhs_norm(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, const double *rhs, double *x) {
@@ -49,6 +58,7 @@ bool take_rhs_norm(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, const double *rhs
     cg.status = 1;
     cg.error = 0.0;
     cg.iterations = 0;
+    record_solve(1, 0, 0.0);
     return false;
   }
   return true;
@@ -63,12 +73,14 @@ bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule
     write_line(track, track.streams.output, 0, err);
     write_line(track, track.streams.check, 0, err);
     cg.error = err;
+    record_solve(0, 0, err);
     return false;
   }
   if (err == 0.0) { // an exact start
     cg.error = 0.0;
     cg.iterations = 0;
     cg.status = no_iteration_needed ? -1 : 1;
+    record_solve(cg.status == 1, 0, 0.0);
     return false;
   }
   track.x_best = calloc_double(static_cast<std::uint64_t>(track.length), best_tag);
@@ -83,6 +95,7 @@ bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule
     if (no_iteration_needed) {
       cg.error = err;
       cg.status = -1;
+      record_solve(0, 0, err);
       return false;
     }
     track.tol = tightening(cg, rule, err);
@@ -92,6 +105,7 @@ bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule
     cg.error = err;
     cg.status = 1;
     cg.iterations = 0;
+    record_solve(1, 0, err);
     return false;
   }
   return true;
@@ -130,6 +144,7 @@ void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x) 
   cg.error = track.best;
   cg.iterations = track.best_iteration;
   cg.total_iterations += k;
+  record_solve(cg.status == 1, cg.iterations, cg.error);
 }
 
 void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err) {
