@@ -74,7 +74,7 @@ void write_element(std::FILE *stream, int number, const char *type, int property
   }
   std::fprintf(stream, "%8d", number);
   for (int i = 0; i < no_nodes; ++i)
-    std::fprintf(stream, (i + 1) % nodes_per_line == 0 && i + 1 < no_nodes ? ",%8d,\n" : ",%8d", nodes[i]);
+    std::fprintf(stream, i > 0 && i % nodes_per_line == 0 ? ",\n%8d" : ",%8d", nodes[i]);
   std::fprintf(stream, "\n");
 }
 
