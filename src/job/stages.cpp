@@ -21,6 +21,7 @@
 #include "mesh/saved_model.hpp"
 #include "results/json_report.hpp"
 #include "results/output_control.hpp"
+#include "results/post_writer.hpp"
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
@@ -126,6 +127,7 @@ void pre_processing() {
   // The post files these lines announce are written only when their outputs are selected.
   write_report(output, "finish elem_file\n");
   std::fflush(output);
+  write_geometry_file(model);
   write_report(output, "finish output_geom_file\n");
   std::fflush(output);
   write_report(output, "finish T_R_interface_file\n");
