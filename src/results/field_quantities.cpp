@@ -88,7 +88,8 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
     for (int k = 0; k < part->no_v_elements; ++k) {
       const V_ELEMENT &element = part->v_elements[k];
       element_of[static_cast<std::size_t>(o.elements[p] + k)] = &element;
-      if (field.potential < 0 || !region_carries_coil(static_cast<int>(element.potential_bits), field.potential))
+      if (field.potential < 0 ||
+          !region_carries_coil(static_cast<int>(element.potential_bits), field.potential))
         continue;
       for (int i = 0; i < element.type->no_nodes; ++i)
         node_of[static_cast<std::size_t>(o.nodes[p] + (element.nodes[i] - part->nodes))] = element.nodes[i];
@@ -118,8 +119,8 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
   }
 }
 
-void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node, const double x[3],
-                        double B[3]) {
+void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node,
+                        const double x[3], double B[3]) {
   B[0] = B[1] = B[2] = 0.0;
   if (!field.at_centers) return;
   if (field.potential < 0) {
@@ -140,7 +141,8 @@ double element_edge_potential(const V_ELEMENT &element, int i, const double *sol
   const POTENTIAL_TERMS *terms = element.edges[i]->potentials;
   double a = 0.0;
   for (int t = 0; terms && t < terms->no_terms; ++t)
-    if (terms->terms[t].name == A_EDGE) a += terms->terms[t].coefficient * solution[terms->terms[t].position - 1];
+    if (terms->terms[t].name == A_EDGE)
+      a += terms->terms[t].coefficient * solution[terms->terms[t].position - 1];
   return ((element.edge_direction >> i) & 1u) ? a : -a;
 }
 
@@ -151,7 +153,8 @@ void element_curl_A(const V_ELEMENT &element, const double *solution, const doub
   const V_ELEMENT_TYPE &type = *element.type;
   double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
   element_coordinates(element, xyz);
-  element_transform_edges(type, xyz, reference[0], reference[1], reference[2], inverse, values, curls, scratch);
+  element_transform_edges(type, xyz, reference[0], reference[1], reference[2], inverse, values, curls,
+                          scratch);
   for (int i = 0; i < type.no_edges; ++i) {
     const double a = element_edge_potential(element, i, solution);
     for (int c = 0; c < 3; ++c) B[c] += a * curls[i][c];

@@ -21,8 +21,8 @@ struct COIL_FIELD_AT_POINTS {
   int potential = 0;            // the POTENTIAL option the coils share; -1: they differ
 };
 // The coil field an element of this region adds at a node (chain index) or a global point.
-void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node, const double x[3],
-                        double B[3]);
+void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node,
+                        const double x[3], double B[3]);
 void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field);
 void free_coil_field_at_points(COIL_FIELD_AT_POINTS &field);
 

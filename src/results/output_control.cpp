@@ -60,21 +60,25 @@ void close_all_post_files(POST_FILES &files) {
 // Outputs the selection card may ask for that this build doesn't compute: said once, not
 // silently dropped.
 void report_outputs_not_built(const CONTROL_DATA &control) {
-  const std::pair<int, const char *> outputs[] = {
-      {control.post.CURRENT, "CURRENT"},     {control.post.FORCE_J_B, "FORCE_J_B"},
-      {control.post.FORCE_NODAL, "FORCE_NODAL"}, {control.post.DISP, "DISP"},
-      {control.post.HEAT, "HEAT"},           {control.post.MAGNETIZATION, "MAGNETIZATION"},
-      {control.post.IRON_LOSS, "IRON_LOSS"}, {control.post.E, "E"},
-      {control.post.COIL_FORCE, "COIL_FORCE"}};
+  const std::pair<int, const char *> outputs[] = {{control.post.CURRENT, "CURRENT"},
+                                                  {control.post.FORCE_J_B, "FORCE_J_B"},
+                                                  {control.post.FORCE_NODAL, "FORCE_NODAL"},
+                                                  {control.post.DISP, "DISP"},
+                                                  {control.post.HEAT, "HEAT"},
+                                                  {control.post.MAGNETIZATION, "MAGNETIZATION"},
+                                                  {control.post.IRON_LOSS, "IRON_LOSS"},
+                                                  {control.post.E, "E"},
+                                                  {control.post.COIL_FORCE, "COIL_FORCE"}};
   std::FILE *output = run_files().print_out->stream;
   for (const auto &[on, name] : outputs)
     if (on && control.POST_DATA_FILE != 0)
-      write_report(output, "**** The %s post output is not part of this build of the program; it is skipped. ****\n",
+      write_report(output,
+                   "**** The %s post output is not part of this build of the program; it is skipped. ****\n",
                    name);
 }
 
-void write_post_step(const POST_FILES &files, const MESHED_MODEL &first_part, const double *solution, int step,
-                     double time) {
+void write_post_step(const POST_FILES &files, const MESHED_MODEL &first_part, const double *solution,
+                     int step, double time) {
   const CONTROL_DATA &control = control_data();
   if (control.POST_DATA_FILE == 0) return;
   const POST_WRITER &writer = post_writer();
@@ -111,8 +115,9 @@ void write_step_report(int step, double time) {
   std::FILE *output = run_files().print_out->stream;
   const std::string stars(104, '*');
   write_report(output, "%s\n", stars.c_str());
-  write_report(output, "*                            Step No. %5d    Time %18.10e sec                             *\n",
-               step, time);
+  write_report(
+      output, "*                            Step No. %5d    Time %18.10e sec                             *\n",
+      step, time);
   write_report(output, "%s\n\n", stars.c_str());
   json_step("STEP", "TIME", time);
   if (!control.POST_FFT) print_sources(output, control.WIDE);
@@ -126,7 +131,8 @@ void transient_output_control(MESHED_MODEL &first_part) {
   SOLUTIONS_COUNTS counts;
   if (!read_solutions_header(run.solutions, counts, nullptr)) stop_at_missing_step(1);
   const int n = counts.no_variables;
-  double *solution = calloc_double(static_cast<std::uint64_t>(std::max(n, 1)), "solution in transient_output_control");
+  double *solution =
+      calloc_double(static_cast<std::uint64_t>(std::max(n, 1)), "solution in transient_output_control");
   POST_FILES files = open_all_post_files(control);
   report_outputs_not_built(control);
   const MULTI_OUTPUT_STEPS &ranges = control.multi_output_steps;

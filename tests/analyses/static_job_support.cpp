@@ -34,28 +34,29 @@ double nastran_real(std::string field) {
 std::string static_deck(const STATIC_DECK &d) {
   std::ostringstream s;
   s << "r12.0\n" << d.stages << "\n";
-  s << "1 0 1 0 0 0 0 0\n";                             // STATIC STEP AC TRANSIENT MOTION NON_LINEAR ...
-  s << "0 0 0 0\n";                                     // POTENTIAL NODAL_FORCE_OPTION PHI_OPTION FIXED_COORDINATE
-  s << d.tree_gauge << " 0 1 0 0 0\n";                  // TREE_GAUGE ... RENUMBERING (levels) ...
-  s << "1 1 0 0 0 0 0 0\n";                             // NODE_ORDER EDGE_ORDER ...
+  s << "1 0 1 0 0 0 0 0\n";            // STATIC STEP AC TRANSIENT MOTION NON_LINEAR ...
+  s << "0 0 0 0\n";                    // POTENTIAL NODAL_FORCE_OPTION PHI_OPTION FIXED_COORDINATE
+  s << d.tree_gauge << " 0 1 0 0 0\n"; // TREE_GAUGE ... RENUMBERING (levels) ...
+  s << "1 1 0 0 0 0 0 0\n";            // NODE_ORDER EDGE_ORDER ...
   s << d.iccg_conv << " -1.2 1.0e3 100 0 0.8 0 0 20000\n"; // ICCG_CONV ... SOLVER 0
   s << "1.0e-4 1.0 50 0 0 -0.01 0 0\n";
   s << "3 7 0\n";
-  s << "0 0 0.0 0\n";                                   // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
-  s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n";        // NO_STEPS INITIAL_TIME DELTA_TIME ...
-  s << "1 " << d.no_steps << " 1 3 0 0 0\n";            // output steps
-  s << "3 0 0 0\n";                                     // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
-  s << d.post_data_file << " 1 1 0 0 0 0 0 0 0\n";      // POST_DATA_FILE ELEM_OUT NODE_OUT ...
-  s << "0 0 1 0 0 0 0 0 0 0 0 0\n";                     // post selection: MAGNETIC
-  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";                 // print tables
-  s << "0 0.0 0 0 0.0\n";                               // GEOMETRY ...
+  s << "0 0 0.0 0\n";                              // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
+  s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n";   // NO_STEPS INITIAL_TIME DELTA_TIME ...
+  s << "1 " << d.no_steps << " 1 3 0 0 0\n";       // output steps
+  s << "3 0 0 0\n";                                // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
+  s << d.post_data_file << " 1 1 0 0 0 0 0 0 0\n"; // POST_DATA_FILE ELEM_OUT NODE_OUT ...
+  s << "0 0 1 0 0 0 0 0 0 0 0 0\n";                // post selection: MAGNETIC
+  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";          // print tables
+  s << "0 0.0 0 0 0.0\n";                          // GEOMETRY ...
+  s << "COORDINATE 0\n";                           // no local frames
   s << d.far_boundary << "\n1.0e-4\n" << d.bn0_planes.size() << "\n";
   for (const std::string &plane : d.bn0_planes) s << plane << "\n";
-  s << "0\n0\n0 0 0 0 0.0 0 0\n";                       // HT0 planes, A0 lines, cyclic
+  s << "0\n0\n0 0 0 0 0.0 0 0\n"; // HT0 planes, A0 lines, cyclic
   s << d.materials.size() << " 0 0\n";
   for (const std::string &m : d.materials) s << m << "\n";
   s << "SOURCE\nCOIL 1 1 " << d.no_coil_elements << " 0 0 0\n" << d.coil_elements << "\nEND\nEND\n";
-  s << "1 0\n1 0\n1 0 0 0 0 0 0\n0 0 0\n";              // time evolution 1: constant 1
+  s << "1 0\n1 0\n1 0 0 0 0 0 0\n0 0 0\n"; // time evolution 1: constant 1
   return s.str();
 }
 
@@ -72,7 +73,9 @@ std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, in
     while (at + 1 < lines.size() && lines[at] != "    -1") {
       const int number = std::atoi(lines[at].substr(0, 10).c_str());
       std::array<double, 6> row{};
-      for (int v = 0; v < 6; ++v) row[static_cast<std::size_t>(v)] = std::strtod(lines[at + 1].substr(static_cast<std::size_t>(13 * v), 13).c_str(), nullptr);
+      for (int v = 0; v < 6; ++v)
+        row[static_cast<std::size_t>(v)] =
+            std::strtod(lines[at + 1].substr(static_cast<std::size_t>(13 * v), 13).c_str(), nullptr);
       values[number] = row;
       at += 2;
     }
@@ -83,7 +86,10 @@ std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, in
 std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
   const std::vector<std::string> lines = lines_of(read_file(path));
   std::map<int, std::array<double, 3>> nodes;
-  auto field = [](const std::string &line, int i) { return line.size() > static_cast<std::size_t>(8 * i) ? line.substr(static_cast<std::size_t>(8 * i), 8) : std::string(); };
+  auto field = [](const std::string &line, int i) {
+    return line.size() > static_cast<std::size_t>(8 * i) ? line.substr(static_cast<std::size_t>(8 * i), 8)
+                                                         : std::string();
+  };
   for (const std::string &line : lines)
     if (line.rfind("GRID", 0) == 0)
       nodes[std::atoi(field(line, 1).c_str())] = {nastran_real(field(line, 3)), nastran_real(field(line, 4)),

@@ -11,12 +11,13 @@
 namespace tesmora::testing {
 
 struct STATIC_DECK {
-  std::string stages = "1 1\n1 1";  // PRE_PROCESSING MAKE_SYSTEM_MATRICES / SOLVE_EQUATION POST_PROCESSING
+  std::string stages = "1 1\n1 1"; // PRE_PROCESSING MAKE_SYSTEM_MATRICES / SOLVE_EQUATION POST_PROCESSING
   int tree_gauge = 0;
-  int far_boundary = 0;             // 0 fixed, 1 natural
+  int far_boundary = 0;                // 0 fixed, 1 natural
   std::vector<std::string> bn0_planes; // "CX CY CZ C"
-  std::vector<std::string> materials;  // "MAT_ID POTENTIAL B_H_CURVE_ID SIGMA MU PACKING ANISOTROPY IRON_LOSS SIGMA_DEPEND_ID"
-  std::string coil_elements;           // the element cards of one COIL source
+  std::vector<std::string>
+      materials; // "MAT_ID POTENTIAL B_H_CURVE_ID SIGMA MU PACKING ANISOTROPY IRON_LOSS SIGMA_DEPEND_ID"
+  std::string coil_elements; // the element cards of one COIL source
   int no_coil_elements = 1;
   int no_steps = 1;
   int post_data_file = 1;

@@ -4,6 +4,7 @@
 #include "analyses/solutions_file.hpp"
 #include "input/control_data_writable.hpp"
 #include "job/run_files.hpp"
+#include "materials/material_tables.hpp"
 #include "mesh/boundary.hpp"
 #include "mesh/mesh_builder.hpp"
 #include "mesh/model_building.hpp"
@@ -27,6 +28,11 @@ class SolutionsFile : public ::testing::Test {
 protected:
   void SetUp() override {
     writable_control_data() = CONTROL_DATA{};
+    // The material table is read once per test process.
+    static bool have_materials = false;
+    if (!have_materials)
+      read_material_cards(files.open_card_text("materials", "1 0 0\n1 0 0 0 1 0 0 0 0\n"), 1);
+    have_materials = true;
     model = MESH_BUILDER::tetrahedra(2, 0.5).build();
     BOUNDARY_DATA boundary;
     boundary.far_boundary_condition = 1;
@@ -45,7 +51,8 @@ protected:
     for (int e = 0; e < model.no_edges; ++e) {
       const POTENTIAL_TERMS *t = model.edges[e].potentials;
       for (int k = 0; t && k < t->no_terms; ++k)
-        a[static_cast<std::size_t>(e)] += t->terms[k].coefficient * x[static_cast<std::size_t>(t->terms[k].position - 1)];
+        a[static_cast<std::size_t>(e)] +=
+            t->terms[k].coefficient * x[static_cast<std::size_t>(t->terms[k].position - 1)];
     }
     return a;
   }
@@ -144,6 +151,7 @@ TEST_F(SolutionsFile, ARestartFindsItsStepByIdsUnderANewNumbering) {
   permute_unknowns(new_position);
   writable_control_data().initial_step = 2;
   writable_control_data().data_type = 3;
+  open_ffile(run_files().print_out, "w");
   std::vector<double> start(static_cast<std::size_t>(no_unknowns), 99.0);
   read_initial_solution_into(model, start.data(), no_unknowns);
   const std::vector<double> got = edge_values(start);
@@ -162,19 +170,20 @@ TEST_F(SolutionsFile, ARestartFindsItsStepByIdsUnderANewNumbering) {
 }
 
 TEST_F(SolutionsFile, ARestartFromAStepTheFileLacksStopsTheJob) {
-  FFILE *file = run_files().old_solutions;
-  open_ffile(file, "w");
-  write_solutions_header(file, model, no_unknowns, no_unknowns);
   std::vector<double> x(static_cast<std::size_t>(no_unknowns), 1.0);
-  write_solution_record(file, 1, 0.5, x.data(), no_unknowns);
-  close_ffile(file);
   const CHILD_JOB job = run_job_in_child([&] {
+    FFILE *file = run_files().old_solutions;
+    open_ffile(file, "w");
+    write_solutions_header(file, model, no_unknowns, no_unknowns);
+    write_solution_record(file, 1, 0.5, x.data(), no_unknowns);
+    close_ffile(file);
     writable_control_data().initial_step = 4;
     writable_control_data().data_type = 3;
     read_initial_solution_into(model, x.data(), no_unknowns);
   });
   EXPECT_EQ(job.exit_status, 1);
-  EXPECT_NE(job.check.find("\n******** initial_solution cannot be read from file old_solutions 4, 1 ************\n"),
+  EXPECT_NE(job.check.find(
+                "\n******** initial_solution cannot be read from file old_solutions 4, 1 ************\n"),
             std::string::npos);
 }
 

@@ -10,7 +10,9 @@
 namespace tesmora::testing {
 namespace {
 
-std::string mesh_path(const std::string &name) { return std::string(TESMORA_SOURCE_DIR) + "/tests/data/mesh/" + name; }
+std::string mesh_path(const std::string &name) {
+  return std::string(TESMORA_SOURCE_DIR) + "/tests/data/mesh/" + name;
+}
 
 // An iron slab (0.4 <= z <= 0.6, relative permeability mu_r) across a unit box of air, in a
 // uniform field B0 along x. Tangential H is continuous at the slab's faces, so the exact field is
