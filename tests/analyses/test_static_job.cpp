@@ -1,5 +1,6 @@
 // Whole static linear jobs through TesmoraBatch against closed-form fields.
 #include "static_job_support.hpp"
+#include "support/strict_json.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -68,6 +69,69 @@ TEST(StaticJob, FieldParallelToAnIronSlabIsMuRTimesTheAppliedFieldInsideIt) {
       expect_close(B[3], expected, 2e-5, 1e-5);
     }
   }
+}
+
+// What the post stage reports of a run's steps: from the first step heading to the end of the
+// stage, without the lines that carry times.
+std::string step_reports(const std::string &output) {
+  const std::size_t from = output.find("Step No.");
+  const std::size_t to = output.find("*******  Post_processing is completed");
+  return from == std::string::npos || to == std::string::npos ? std::string()
+                                                              : output.substr(from, to - from);
+}
+
+TEST(StaticJob, AJobSplitOverThreeRunsReportsWhatOneRunReports) {
+  STATIC_DECK deck = slab_deck(100.0);
+  TempDir whole, split;
+  const SLAB_RUN one = run_slab(whole, deck);
+  ASSERT_EQ(one.run.exit_status, 0) << one.check;
+
+  write_file(split.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+  for (const char *stages : {"1 1\n0 0", "0 0\n1 0", "0 0\n0 1"}) {
+    SCOPED_TRACE(stages);
+    deck.stages = stages;
+    write_file(split.file("input"), static_deck(deck));
+    const BATCH_RUN run = run_batch(split.path(), {});
+    ASSERT_EQ(run.exit_status, 0) << read_file(split.file("check"));
+  }
+  const std::string reports = step_reports(read_file(split.file("output")));
+  EXPECT_FALSE(reports.empty());
+  EXPECT_EQ(reports, step_reports(read_file(whole.file("output"))));
+  EXPECT_EQ(read_file(split.file("magnetic")), read_file(whole.file("magnetic")));
+}
+
+TEST(StaticJob, OutputJsonHoldsOneEntryPerStepAndStaysEmptyWhenTheJobStops) {
+  STATIC_DECK deck = slab_deck(100.0);
+  deck.no_steps = 2;
+  TempDir dir;
+  const SLAB_RUN slab = run_slab(dir, deck);
+  ASSERT_EQ(slab.run.exit_status, 0) << slab.check;
+  const std::string text = read_file(dir.file("output.json"));
+  JSON_VALUE document;
+  ASSERT_TRUE(StrictJsonParser(text).parse(document)) << text;
+  const JSON_VALUE *step = document.member("STEP");
+  const JSON_VALUE *iccg = document.member("ICCG");
+  ASSERT_TRUE(step && iccg) << text;
+  ASSERT_TRUE(step->member("TIME"));
+  // A static run keeps its first step at the initial time; the second is one DELTA_TIME on.
+  ASSERT_EQ(step->member("TIME")->items.size(), 2u);
+  EXPECT_EQ(step->member("TIME")->items[0].number, 0.0);
+  EXPECT_EQ(step->member("TIME")->items[1].number, 1.0);
+  for (const char *key : {"CONVERGE", "ITERATION", "RESIDUAL"}) {
+    SCOPED_TRACE(key);
+    ASSERT_TRUE(iccg->member(key));
+    EXPECT_EQ(iccg->member(key)->items.size(), 2u);
+  }
+  EXPECT_EQ(iccg->member("CONVERGE")->items[0].number, 1.0);
+  EXPECT_LT(iccg->member("RESIDUAL")->items[0].number, 1e-9);
+  EXPECT_EQ(document.member("NEWTON"), nullptr); // nothing nonlinear in the job
+
+  // A mesh file that isn't there stops the job: output.json is left empty.
+  TempDir stopped;
+  write_file(stopped.file("input"), static_deck(slab_deck(100.0)));
+  const BATCH_RUN run = run_batch(stopped.path(), {});
+  EXPECT_EQ(run.exit_status, 1);
+  EXPECT_EQ(read_file(stopped.file("output.json")), "");
 }
 
 } // namespace
