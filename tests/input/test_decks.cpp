@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <omp.h>
 
 using namespace tesmora::testing;
@@ -20,14 +21,21 @@ protected:
   TempDir folder;
 };
 
-TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndStopAtTheSolveStage) {
-  for (const char *name : {"static", "ac", "transient"}) {
+// The static example runs to its end; the AC and transient ones stop where this build's
+// analyses end, after their matrices.
+TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
+  const std::map<std::string, std::string> stops = {
+      {"static", ""},
+      {"ac", "**** The AC analysis is not part of this build of the program. Job is stopped. ****\n"},
+      {"transient",
+       "**** The transient analysis is not part of this build of the program. Job is stopped. ****\n"}};
+  for (const auto &[name, message] : stops) {
     SCOPED_TRACE(name);
     const std::string deck = example_deck(name);
     std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
                                folder.file("pre_geom.nas"),
                                std::filesystem::copy_options::overwrite_existing);
-    EXPECT_EQ(run_deck(deck).exit_status, 1);
+    EXPECT_EQ(run_deck(deck).exit_status, message.empty() ? 0 : 1);
     const std::string text = check();
     EXPECT_EQ(text.rfind("* File input start. *\n", 0), 0u);
     const std::string report = read_file(folder.file("output"));
@@ -47,9 +55,11 @@ TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndStopAtTheSolveStage) {
     }
     EXPECT_NE(text.find("\n* File input end *  " + std::to_string(cards.size()) + " cards are read.\n"),
               std::string::npos);
-    const std::string stop =
-        "**** The solve stage is not part of this build of the program. Job is stopped. ****\n"
-        "exception error occured!! no.= 1\n";
+    if (message.empty()) {
+      EXPECT_NE(report.find("*******  Post_processing is completed ********"), std::string::npos);
+      continue;
+    }
+    const std::string stop = message + "exception error occured!! no.= 1\n";
     ASSERT_GE(text.size(), stop.size());
     EXPECT_EQ(text.substr(text.size() - stop.size()), stop);
   }
