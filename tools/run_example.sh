@@ -22,8 +22,9 @@ echo "  report      $job/output"
 echo "  transcript  $job/check"
 echo "  summary     $job/output.json"
 echo "  errors      $job/stderr"
-echo "  post files  $job/post_geom (mesh) and $job/magnetic (B at elements and nodes), UNV format,"
-echo "              once the post stage is part of the build"
+echo "  post files  $job/post_geom (the mesh) and"
+echo "              $job/magnetic (B at elements and nodes),"
+echo "              both UNV, written once the post stage is part of the build"
 echo "Closed form: B = 3 mu_r / (mu_r + 2) B0 = 2.9940 T, uniform inside the sphere (examples/sphere/README.md)."
 # The example's expected end is the solve stage's stop (status 1); anything else is a failure.
 if [ "$status" -gt 1 ]; then exit "$status"; fi
