@@ -2,7 +2,7 @@
 // in a cubic box of air whose outer faces lie five radii beyond the sphere.
 // Physical volume 1 is the iron, 2 the air; NASTRAN elements carry these numbers as property.
 // -setnumber refine k halves every element size k times (k may be fractional): refine 0 is the
-// committed coarse mesh, about 2.8 of it (tools/make_bench_mesh.sh) about a million unknowns.
+// committed coarse mesh; refine 2.3 (tools/make_bench_mesh.sh) gives about a million unknowns.
 SetFactory("OpenCASCADE");
 DefineConstant[ refine = 0 ];
 
