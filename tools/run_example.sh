@@ -9,8 +9,9 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 job="$root/scratch/example"
 rm -rf "$job"
 mkdir -p "$job"
-cp -r "$root/examples/static/." "$job/"
-echo "Running the default example job (examples/static) in $job"
+cp -r "$root/examples/sphere/." "$job/"
+echo "Running the default example job (examples/sphere: an iron sphere, mu_r 1000, in a uniform"
+echo "field of 1 T; one octant) in $job"
 echo "(It reads its input, imports the mesh, makes the element matrices, the model and the assembled"
 echo " system, and stops at the solve stage, which is still being built: exit status 1 and its message.)"
 status=0
@@ -21,6 +22,10 @@ echo "  report      $job/output"
 echo "  transcript  $job/check"
 echo "  summary     $job/output.json"
 echo "  errors      $job/stderr"
+echo "  post files  $job/post_geom (the mesh) and"
+echo "              $job/magnetic (B at elements and nodes),"
+echo "              both UNV, written once the post stage is part of the build"
+echo "Closed form: B = 3 mu_r / (mu_r + 2) B0 = 2.9940 T, uniform inside the sphere (examples/sphere/README.md)."
 # The example's expected end is the solve stage's stop (status 1); anything else is a failure.
 if [ "$status" -gt 1 ]; then exit "$status"; fi
 grep -q "Number of unknowns" "$job/output" || exit 1

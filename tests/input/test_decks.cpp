@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -26,6 +27,9 @@ protected:
 TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
   const std::map<std::string, std::string> stops = {
       {"static", ""},
+      {"sphere", ""},
+      {"shell", ""},
+      {"coil_plate", ""},
       {"ac", "**** The AC analysis is not part of this build of the program. Job is stopped. ****\n"},
       {"transient",
        "**** The transient analysis is not part of this build of the program. Job is stopped. ****\n"}};
@@ -63,6 +67,22 @@ TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
     ASSERT_GE(text.size(), stop.size());
     EXPECT_EQ(text.substr(text.size() - stop.size()), stop);
   }
+}
+
+// The sphere's second deck is the same job with the iron's permeability 1, and must stay so.
+TEST(ExampleDecks, SphereWithPermeabilityOneDiffersOnlyInTheIronCard) {
+  const std::vector<std::string> iron = cards_of(example_deck("sphere"));
+  const std::vector<std::string> air =
+      cards_of(read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/sphere/input_mu1"));
+  ASSERT_EQ(iron.size(), air.size());
+  for (std::size_t i = 0; i < iron.size(); ++i) {
+    SCOPED_TRACE(iron[i]);
+    if (iron[i] == "1 1 0 0.0 1000.0 0 0 0 0")
+      EXPECT_EQ(air[i], "1 1 0 0.0 1.0 0 0 0 0");
+    else
+      EXPECT_EQ(air[i], iron[i]);
+  }
+  EXPECT_NE(std::find(iron.begin(), iron.end(), "1 1 0 0.0 1000.0 0 0 0 0"), iron.end());
 }
 
 TEST_F(DeckRuns, OnlyTheReleaseCardIsInsufficient) {
