@@ -12,8 +12,6 @@ mkdir -p "$job"
 cp -r "$root/examples/sphere/." "$job/"
 echo "Running the default example job (examples/sphere: an iron sphere, mu_r 1000, in a uniform"
 echo "field of 1 T; one octant) in $job"
-echo "(It reads its input, imports the mesh, makes the element matrices, the model and the assembled"
-echo " system, and stops at the solve stage, which is still being built: exit status 1 and its message.)"
 status=0
 (cd "$job" && "$root/build/src/TesmoraBatch") || status=$?
 echo "TesmoraBatch ended with exit status $status."
@@ -22,10 +20,7 @@ echo "  report      $job/output"
 echo "  transcript  $job/check"
 echo "  summary     $job/output.json"
 echo "  errors      $job/stderr"
-echo "  post files  $job/post_geom (the mesh) and"
-echo "              $job/magnetic (B at elements and nodes),"
-echo "              both UNV, written once the post stage is part of the build"
+echo "  post files  $job/post_geom.unv (the mesh) and"
+echo "              $job/magnetic (B at element centres and nodes), both UNV"
 echo "Closed form: B = 3 mu_r / (mu_r + 2) B0 = 2.9940 T, uniform inside the sphere (examples/sphere/README.md)."
-# The example's expected end is the solve stage's stop (status 1); anything else is a failure.
-if [ "$status" -gt 1 ]; then exit "$status"; fi
-grep -q "Number of unknowns" "$job/output" || exit 1
+exit "$status"

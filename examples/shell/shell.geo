@@ -10,9 +10,9 @@ b = 0.1;              // outer radius (m)
 a = 0.08;             // inner radius: a / b = 0.8
 L = 6 * b;            // side of the air box
 f = 2 ^ (-refine);
-h_shell = 0.0048 * f; // element size in the shell: over three elements through its thickness
+h_shell = 0.006 * f;  // element size in the shell: about three elements through its thickness
 h_out = b * f;        // largest element size, at the outer faces
-grow = 0.6;           // away from the shell the size grows by 0.6 times the distance from it
+grow = 0.4;           // away from the shell the size grows by 0.4 times the distance from it
 
 Sphere(1) = {0, 0, 0, a, 0, Pi / 2, Pi / 2};
 Sphere(2) = {0, 0, 0, b, 0, Pi / 2, Pi / 2};

@@ -9,7 +9,7 @@ DefineConstant[ refine = 0 ];
 R = 0.1;              // sphere radius (m)
 L = 6 * R;            // side of the air box
 f = 2 ^ (-refine);
-h_in = R / 12 * f;    // element size in and at the sphere: about ten elements along the radius
+h_in = R / 16 * f;    // element size in and at the sphere: about thirteen elements along the radius
 h_out = R * f;        // element size at the outer faces
 grow = 0.3;           // outside the sphere the size grows by 0.3 times the distance from it
 
