@@ -86,7 +86,14 @@ std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, in
 std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
   const std::vector<std::string> lines = lines_of(read_file(path));
   std::map<int, std::array<double, 3>> nodes;
+  // Small fixed fields of eight columns, or free fields between commas.
   auto field = [](const std::string &line, int i) {
+    if (line.find(',') != std::string::npos) {
+      std::size_t from = 0;
+      for (int k = 0; k < i && from != std::string::npos; ++k) from = line.find(',', from) + 1;
+      if (from == 0 || from == std::string::npos) return std::string();
+      return line.substr(from, line.find(',', from) - from);
+    }
     return line.size() > static_cast<std::size_t>(8 * i) ? line.substr(static_cast<std::size_t>(8 * i), 8)
                                                          : std::string();
   };
