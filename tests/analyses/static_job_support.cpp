@@ -41,15 +41,18 @@ std::string static_deck(const STATIC_DECK &d) {
   s << d.iccg_conv << " -1.2 1.0e3 100 0 0.8 0 0 20000\n"; // ICCG_CONV ... SOLVER 0
   s << "1.0e-4 1.0 50 0 0 -0.01 0 0\n";
   s << "3 7 0\n";
-  s << "0 0 0.0 0\n";                              // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
-  s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n";   // NO_STEPS INITIAL_TIME DELTA_TIME ...
-  s << "1 " << d.no_steps << " 1 3 0 0 0\n";       // output steps
-  s << "3 0 0 0\n";                                // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
-  s << d.post_data_file << " 1 1 0 0 0 0 0 0 0\n"; // POST_DATA_FILE ELEM_OUT NODE_OUT ...
-  s << "0 0 1 0 0 0 0 0 0 0 0 0\n";                // post selection: MAGNETIC
-  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";          // print tables
-  s << "0 0.0 0 0 0.0\n";                          // GEOMETRY ...
-  s << "COORDINATE 0\n";                           // no local frames
+  s << "0 0 0.0 0\n";                            // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
+  s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n"; // NO_STEPS INITIAL_TIME DELTA_TIME ...
+  s << "1 " << (d.last_output_step ? d.last_output_step : d.no_steps) << " 1 3 0 0 0\n"; // output steps
+  s << "3 0 0 0\n"; // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
+  if (d.output_materials.empty())
+    s << d.post_data_file << " 1 1 0 0 0 0 0 0 0\n";
+  else
+    s << d.post_data_file << " 1 1 " << d.output_materials << "\n"; // POST_DATA_FILE ELEM_OUT NODE_OUT ...
+  s << d.mesh_post << " 0 1 0 0 0 0 0 0 0 0 0\n";                   // post selection: MAGNETIC
+  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";                           // print tables
+  s << "0 0.0 0 0 0.0\n";                                           // GEOMETRY ...
+  s << "COORDINATE 0\n";                                            // no local frames
   s << d.far_boundary << "\n1.0e-4\n" << d.bn0_planes.size() << "\n";
   for (const std::string &plane : d.bn0_planes) s << plane << "\n";
   s << "0\n0\n0 0 0 0 0.0 0 0\n"; // HT0 planes, A0 lines, cyclic

@@ -148,6 +148,85 @@ TEST(StaticJob, SphericalIronShellShieldsItsCavityByTheClosedFormFactor) {
   EXPECT_GT(checked, 50);
 }
 
+// Each post format takes the slab job's geometry and flux density: the file of the mesh, and in
+// the results the value mu_r B0 = 100 T (Bx and |B| of each iron element, and of the nodes
+// inside the iron) as the format's numbers print it. NASTRAN has a geometry form only.
+TEST(StaticJob, EveryPostFormatWritesTheGeometryAndTheFluxDensity) {
+  struct FORMAT {
+    int post_data_file;
+    const char *geometry;
+    const char *results;
+  };
+  const FORMAT formats[] = {{1, "post_geom.unv", "magnetic"},    {2, "post_geom", "magnetic"},
+                            {3, "post_geom.nas", nullptr},       {4, "post_geom.ksw", "magnetic"},
+                            {5, "post_geom.neu", "magnetic"},    {6, "post_geom.cad", "post.cad"},
+                            {8, "post_geom.nas", "post.hwascii"}};
+  int iron = 0;
+  for (const auto &[number, c] : read_tet_centroids(mesh_path("slab.bdf"))) iron += c.property == 2;
+  for (const FORMAT &format : formats) {
+    SCOPED_TRACE(format.post_data_file);
+    STATIC_DECK deck = slab_deck(100.0);
+    deck.post_data_file = format.post_data_file;
+    deck.mesh_post = 1;
+    TempDir dir;
+    const SLAB_RUN slab = run_slab(dir, deck);
+    ASSERT_EQ(slab.run.exit_status, 0) << slab.check;
+    EXPECT_GT(read_file(dir.file(format.geometry)).size(), 10000u);
+    if (!format.results) continue;
+    const std::string results = read_file(dir.file(format.results));
+    std::size_t count = 0;
+    for (std::size_t at = results.find("1.00000e+02"); at != std::string::npos;
+         at = results.find("1.00000e+02", at + 1))
+      ++count;
+    EXPECT_GE(count, 2u * static_cast<std::size_t>(iron));
+  }
+}
+
+// Node values are the plain mean over the selected elements that touch the node: with the iron
+// alone selected, every node of the slab (its faces included) shows the iron's 100 T, and the
+// nodes of the air are left out.
+TEST(StaticJob, NodeMeansTakeTheSelectedMaterialsOnly) {
+  STATIC_DECK deck = slab_deck(100.0);
+  deck.output_materials = "1 0 0 0 0 0 0\n2";
+  TempDir dir;
+  const SLAB_RUN slab = run_slab(dir, deck);
+  ASSERT_EQ(slab.run.exit_status, 0) << slab.check;
+  const std::map<int, std::array<double, 6>> nodes = read_unv_values(dir.file("magnetic"), 55);
+  std::size_t iron_elements = 0;
+  for (const auto &[number, c] : slab.centroids) iron_elements += c.property == 2;
+  EXPECT_EQ(slab.elements.size(), iron_elements);
+  EXPECT_GT(nodes.size(), 0u);
+  for (const auto &[number, B] : nodes) {
+    expect_close(B[0], 100.0, 2e-5, 0.0);
+    expect_close(B[3], 100.0, 2e-5, 0.0);
+  }
+  // With every material selected a node on the slab's face mixes the iron's 100 T with the air's
+  // 1 T, and the magnitude is that of the mean vector.
+  TempDir all;
+  const SLAB_RUN every = run_slab(all, slab_deck(100.0));
+  ASSERT_EQ(every.run.exit_status, 0);
+  const std::map<int, std::array<double, 6>> mixed = read_unv_values(all.file("magnetic"), 55);
+  int on_face = 0;
+  for (const auto &[number, B] : mixed) {
+    EXPECT_GE(B[0], 1.0 - 1e-4);
+    EXPECT_LE(B[0], 100.0 + 1e-3);
+    expect_close(B[3], std::sqrt(B[0] * B[0] + B[1] * B[1] + B[2] * B[2]), 1e-5, 1e-5);
+    on_face += B[0] > 1.001 && B[0] < 99.99;
+  }
+  EXPECT_GT(on_face, 0);
+}
+
+TEST(StaticJob, OutputStepsBeyondTheSolvedOnesEndThePostStageNormally) {
+  STATIC_DECK deck = slab_deck(100.0);
+  deck.last_output_step = 3;
+  TempDir dir;
+  const SLAB_RUN slab = run_slab(dir, deck);
+  EXPECT_EQ(slab.run.exit_status, 0) << slab.check;
+  const std::string output = read_file(dir.file("output"));
+  EXPECT_NE(output.find("\n****  time step 2 cannot be read from file_solutions ****\n"), std::string::npos);
+  EXPECT_NE(output.find("Step No.     1"), std::string::npos);
+}
+
 // What the post stage reports of a run's steps: from the first step heading to the end of the
 // stage, without the lines that carry times.
 std::string step_reports(const std::string &output) {
