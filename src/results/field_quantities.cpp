@@ -2,6 +2,7 @@
 #include "results/field_quantities.hpp"
 
 #include "input/control_data.hpp"
+#include "input/coordinates.hpp"
 #include "job/memory.hpp"
 #include "materials/material_tables.hpp"
 #include "mesh/model.hpp"
@@ -63,6 +64,13 @@ CHAIN_OFFSETS chain_offsets(const MESHED_MODEL &first_part) {
 }
 
 double magnitude(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
+
+// A written vector in the post frame (POST_COORDINATE), at its position; null: the global frame.
+void to_post_frame(const COORDINATE *frame, double v[3], const double position[3]) {
+  if (!frame) return;
+  const double global[3] = {v[0], v[1], v[2]};
+  global_to_local(frame, global, v, position);
+}
 
 } // namespace
 
@@ -165,6 +173,7 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time) {
   const CONTROL_DATA &control = control_data();
   const CHAIN_OFFSETS o = chain_offsets(first_part);
+  const COORDINATE *frame = control.POST_COORDINATE ? find_coordinate(control.POST_COORDINATE) : nullptr;
   writer.set_counts(o.no_elements, 4, o.no_nodes, 5);
   writer.step_start(stream, step, post_B_elements, time);
   TRANSFORM_SCRATCH scratch;
@@ -181,6 +190,7 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
         element_curl_A(element, solution, reference, values, scratch);
         if (coil.at_centers)
           for (int d = 0; d < 3; ++d) values[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
+        to_post_frame(frame, values, element.center);
         values[3] = magnitude(values);
         writer.element_value_row(stream, element.id, 4, values, element.type->no_nodes);
       }
@@ -218,6 +228,8 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
         if (no_summations[node] == 0) continue;
         double values[5];
         for (int d = 0; d < 3; ++d) values[d] = sums[d][node] / no_summations[node];
+        const double position[3] = {part->nodes[i].x, part->nodes[i].y, part->nodes[i].z};
+        to_post_frame(frame, values, position);
         values[3] = magnitude(values);
         values[4] = 0.0; // the flux function exists in the two-dimensional models only
         writer.node_value_row(stream, part->nodes[i].id, 5, values);

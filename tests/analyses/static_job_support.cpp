@@ -46,13 +46,13 @@ std::string static_deck(const STATIC_DECK &d) {
   s << "1 " << (d.last_output_step ? d.last_output_step : d.no_steps) << " 1 3 0 0 0\n"; // output steps
   s << "3 0 0 0\n"; // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
   if (d.output_materials.empty())
-    s << d.post_data_file << " 1 1 0 0 0 0 0 0 0\n";
+    s << d.post_data_file << " 1 1 0 0 0 0 " << d.post_coordinate << " 0 0\n";
   else
     s << d.post_data_file << " 1 1 " << d.output_materials << "\n"; // POST_DATA_FILE ELEM_OUT NODE_OUT ...
   s << d.mesh_post << " 0 1 0 0 0 0 0 0 0 0 0\n";                   // post selection: MAGNETIC
   s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";                           // print tables
   s << "0 0.0 0 0 0.0\n";                                           // GEOMETRY ...
-  s << "COORDINATE 0\n";                                            // no local frames
+  s << d.coordinates << "\n";                                       // no local frames
   s << d.far_boundary << "\n1.0e-4\n" << d.bn0_planes.size() << "\n";
   for (const std::string &plane : d.bn0_planes) s << plane << "\n";
   s << "0\n0\n0 0 0 0 0.0 0 0\n"; // HT0 planes, A0 lines, cyclic

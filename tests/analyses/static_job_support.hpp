@@ -21,9 +21,11 @@ struct STATIC_DECK {
   int no_coil_elements = 1;
   int no_steps = 1;
   int post_data_file = 1;
-  int mesh_post = 0;            // MESH of the post selection: the geometry file
-  int last_output_step = 0;     // LAST_STEP of the output range; 0: no_steps
-  std::string output_materials; // NUMBER_OUTPUT_MATS, then its list card when not 0
+  int mesh_post = 0;                        // MESH of the post selection: the geometry file
+  std::string coordinates = "COORDINATE 0"; // the COORDINATE section
+  int post_coordinate = 0;                  // POST_COORDINATE
+  int last_output_step = 0;                 // LAST_STEP of the output range; 0: no_steps
+  std::string output_materials;             // NUMBER_OUTPUT_MATS, then its list card when not 0
   double iccg_conv = 1e-9;
 };
 

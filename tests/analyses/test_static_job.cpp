@@ -185,6 +185,25 @@ TEST(StaticJob, EveryPostFormatWritesTheGeometryAndTheFluxDensity) {
   }
 }
 
+// With POST_COORDINATE the vectors are written in that frame: a frame whose x axis is the global
+// y and whose z is the global z has its y axis along -x, so the slab's 100 T along x reads
+// (0, -100, 0) there, with the same magnitude.
+TEST(StaticJob, VectorsAreWrittenInThePostFrame) {
+  STATIC_DECK deck = slab_deck(100.0);
+  deck.coordinates = "COORDINATE 1\n1 1 0.0 0.0 0.0\n0.0 1.0 0.0\n0.0 0.0 1.0";
+  deck.post_coordinate = 1;
+  TempDir dir;
+  const SLAB_RUN slab = run_slab(dir, deck);
+  ASSERT_EQ(slab.run.exit_status, 0) << slab.check;
+  for (const auto &[number, c] : slab.centroids) {
+    const std::array<double, 6> &B = slab.elements.at(number);
+    const double expected = c.property == 2 ? 100.0 : 1.0;
+    expect_close(B[0], 0.0, 0.0, 2e-3);
+    expect_close(B[1], -expected, 2e-5, 1e-5);
+    expect_close(B[3], expected, 2e-5, 1e-5);
+  }
+}
+
 // Node values are the plain mean over the selected elements that touch the node: with the iron
 // alone selected, every node of the slab (its faces included) shows the iron's 100 T, and the
 // nodes of the air are left out.
