@@ -57,24 +57,41 @@ void close_all_post_files(POST_FILES &files) {
   files = POST_FILES{};
 }
 
-// Outputs the selection card may ask for that this build doesn't compute: said once, not
-// silently dropped.
+// Outputs and report tables the selection cards may ask for that this build doesn't compute:
+// said once in the report, not silently dropped.
 void report_outputs_not_built(const CONTROL_DATA &control) {
-  const std::pair<int, const char *> outputs[] = {{control.post.CURRENT, "CURRENT"},
-                                                  {control.post.FORCE_J_B, "FORCE_J_B"},
-                                                  {control.post.FORCE_NODAL, "FORCE_NODAL"},
-                                                  {control.post.DISP, "DISP"},
-                                                  {control.post.HEAT, "HEAT"},
-                                                  {control.post.MAGNETIZATION, "MAGNETIZATION"},
-                                                  {control.post.IRON_LOSS, "IRON_LOSS"},
-                                                  {control.post.E, "E"},
-                                                  {control.post.COIL_FORCE, "COIL_FORCE"}};
+  const POST_SELECTION &post = control.post;
+  const PRINT_SELECTION &print = control.print;
+  const std::pair<int, const char *> outputs[] = {{post.CURRENT, "CURRENT"},
+                                                  {post.FORCE_J_B, "FORCE_J_B"},
+                                                  {post.FORCE_NODAL, "FORCE_NODAL"},
+                                                  {post.DISP, "DISP"},
+                                                  {post.HEAT, "HEAT"},
+                                                  {post.MAGNETIZATION, "MAGNETIZATION"},
+                                                  {post.IRON_LOSS, "IRON_LOSS"},
+                                                  {post.E, "E"},
+                                                  {post.COIL_FORCE, "COIL_FORCE"}};
+  const std::pair<int, const char *> tables[] = {{print.A, "A"},
+                                                 {print.V, "V"},
+                                                 {print.B_INTEG, "B_INTEG"},
+                                                 {print.Q_AVERAGE, "Q_AVERAGE"},
+                                                 {print.HEAT, "HEAT"},
+                                                 {print.MAG_FLUX, "MAG_FLUX"},
+                                                 {print.CUR_FLUX, "CUR_FLUX"},
+                                                 {print.FORCE_J_B, "FORCE_J_B"},
+                                                 {print.FORCE_NODAL, "FORCE_NODAL"},
+                                                 {print.MAGNETIC_ENERGY, "MAGNETIC_ENERGY"},
+                                                 {print.IRON_LOSS, "IRON_LOSS"}};
   std::FILE *output = run_files().print_out->stream;
   for (const auto &[on, name] : outputs)
     if (on && control.POST_DATA_FILE != 0)
       write_report(output,
                    "**** The %s post output is not part of this build of the program; it is skipped. ****\n",
                    name);
+  for (const auto &[on, name] : tables)
+    if (on)
+      write_report(
+          output, "**** The %s report is not part of this build of the program; it is skipped. ****\n", name);
 }
 
 void write_post_step(const POST_FILES &files, const MESHED_MODEL &first_part, const double *solution,
