@@ -28,6 +28,14 @@ struct ROW_TERMS {
 bool is_edge_kind(int name) { return name == A_EDGE; }
 bool is_node_kind(int name) { return name == PHI_NODE || name == PHI_NODE_SUFCUR; }
 
+// The kind of the shifted image variables that the moving-conductor term of an element with
+// velocity v takes: upstream for a positive velocity, downstream for a negative one; -1 none.
+int image_kind(double velocity) {
+  if (velocity > 0.0) return UPWIND;
+  if (velocity < 0.0) return DOWNWIND;
+  return -1;
+}
+
 // Element rows: edges first (signed), then nodes (when wanted).
 int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
   int n = 0;
@@ -125,17 +133,23 @@ double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_pa
 
 } // namespace
 
-MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only) {
+MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
+                                    const double *velocities) {
   PROFILE_LISTS *lists = make_profile_lists(no_unknowns);
   CONNECTION_VECTOR *vector = make_connection_vector(81);
   ROW_TERMS rows[max_element_edges + max_element_nodes];
-  for (const V_ELEMENT *element : elements_of(first_part)) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  for (std::size_t e = 0; e < elements.size(); ++e) {
     clear_connection_vector(vector);
-    const int n = element_rows(*element, !a_only, rows);
+    const int image = velocities ? image_kind(velocities[e]) : -1;
+    const int n = element_rows(*elements[e], !a_only || image >= 0, rows);
+    const int edges = elements[e]->edges ? elements[e]->type->no_edges : 0;
     for (int i = 0; i < n; ++i)
       for (int k = 0; rows[i].terms && k < rows[i].terms->no_terms; ++k) {
         const POTENTIAL_TERM &term = rows[i].terms->terms[k];
-        if (is_edge_kind(term.name) || (!a_only && is_node_kind(term.name)))
+        const bool node = i >= edges;
+        if ((!node && is_edge_kind(term.name)) || (!a_only && node && is_node_kind(term.name)) ||
+            term.name == image)
           add_to_connection_vector(vector, term.position);
       }
     add_connections(lists, vector);
@@ -176,6 +190,63 @@ double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
                           bool a_only, double phi_scale, int *marks) {
   return scatter_file(profile, first_part, file, !a_only, "c_matrix", nullptr, phi_scale, marks);
+}
+
+namespace {
+
+// The moving-conductor term of one element: every ordered pair of edge rows (i, j) of the packed
+// c matrix K, row entries of kind 0 against column entries of kind 0 (+) or of the image kind
+// (-). Each ordered pair is visited once, so no pair needs doubling.
+void add_convection(const V_ELEMENT &element, const std::vector<double> &packed, double velocity,
+                    const MATRIX_PROFILE &profile, double *c_lower, double *c_upper) {
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  const int edges = element_rows(element, false, rows);
+  const int image = image_kind(velocity);
+  for (int i = 0; i < edges; ++i) {
+    if (!rows[i].terms) continue;
+    for (int j = 0; j < edges; ++j) {
+      if (!rows[j].terms) continue;
+      const double k_ij = packed[static_cast<std::size_t>(i >= j ? packed_index(i, j) : packed_index(j, i))];
+      const double signed_k = k_ij * rows[i].sign * rows[j].sign * velocity;
+      for (int a = 0; a < rows[i].terms->no_terms; ++a) {
+        const POTENTIAL_TERM &ta = rows[i].terms->terms[a];
+        if (ta.name != A_EDGE) continue;
+        for (int b = 0; b < rows[j].terms->no_terms; ++b) {
+          const POTENTIAL_TERM &tb = rows[j].terms->terms[b];
+          if (tb.name != A_EDGE && tb.name != image) continue;
+          const double value = (tb.name == A_EDGE ? 1.0 : -1.0) * signed_k * ta.coefficient * tb.coefficient;
+          add_in_asymmetric(ta.position, tb.position, value, c_lower, c_upper, profile.row_head_pointers,
+                            profile.index);
+        }
+      }
+    }
+  }
+}
+
+} // namespace
+
+void assemble_c_matrix_lower_upper(double *c_lower, double *c_upper, const MATRIX_PROFILE &profile,
+                                   const MESHED_MODEL &first_part, FFILE *file, const double *velocities) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  std::vector<double> packed;
+  std::int32_t number = 0;
+  while (read_record(file, &number, packed)) {
+    const double velocity = velocities[number - 1];
+    const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
+    if (velocity == 0.0 || !element.edges) continue;
+    add_convection(element, packed, velocity, profile, c_lower, c_upper);
+  }
+}
+
+std::vector<double> conductor_velocities(const MESHED_MODEL &first_part,
+                                         const std::vector<REGULAR_MESH> &meshes) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  std::vector<double> velocities(elements.size(), 0.0);
+  for (std::size_t e = 0; e < elements.size(); ++e)
+    for (const REGULAR_MESH &mesh : meshes)
+      for (const int id : mesh.mat_ids)
+        if (id == elements[e]->mat_id) velocities[e] = mesh.velocity;
+  return velocities;
 }
 
 double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {

@@ -4,14 +4,21 @@
 
 #include "equations/matrix_profile.hpp"
 #include "equations/sparse_matrix.hpp"
+#include "input/regular_mesh.hpp"
 #include "job/ffile.hpp"
 #include "mesh/model.hpp"
+
+#include <vector>
 
 namespace tesmora {
 
 // The pattern of the unknowns of the model's chain: each element couples the variables of its
-// edges (A) and, when phi is an unknown, of its nodes. Type 1 or 2.
-MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only);
+// edges (A) and, when phi is an unknown, of its nodes. Type 1 or 2. With velocities (one per
+// element, list order; a steady-current job) a moving element also couples the shifted image
+// variables of its edges and nodes: upstream (kind 5) when its velocity is positive, downstream
+// (kind 6) when negative.
+MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
+                                    const double *velocities = nullptr);
 
 // The couplings of given-current sources that the h scatter collects: an edge term of kind 12
 // names a source (its position is the source number, 1-based), not a matrix row.
@@ -37,6 +44,21 @@ double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
 // against an edge column, 1 only when the node's entry is plain phi.
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
                           bool a_only, double phi_scale = 1.0, int *marks = nullptr);
+
+// The moving-conductor term of a steady-current job, from the c records of `file` (open for
+// reading), added into c_lower and c_upper (the lower and upper arrays of one asymmetric matrix
+// on the profile, which already hold the rest of the system). An element with velocity v (one per
+// element, list order; 0.0 adds nothing) adds for every ordered pair of its edge rows i, j and
+// every A term a of row i: K_ij s_i s_j c_a c_b v against each A term b of row j, and the negative
+// against each image term b of row j (upstream for v > 0, downstream for v < 0). Each (row,
+// column) goes by the two-array rule of add_in_asymmetric.
+void assemble_c_matrix_lower_upper(double *c_lower, double *c_upper, const MATRIX_PROFILE &profile,
+                                   const MESHED_MODEL &first_part, FFILE *file, const double *velocities);
+
+// The conductor velocity of every volume element of the chain (list order): the velocity of the
+// regular mesh whose material ids hold the element's material id, else 0.0.
+std::vector<double> conductor_velocities(const MESHED_MODEL &first_part,
+                                         const std::vector<REGULAR_MESH> &meshes);
 
 // The same for the e records (tag "e_matrix"): the second matrix of an AC job.
 double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file);
