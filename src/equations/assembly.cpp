@@ -2,8 +2,10 @@
 #include "equations/assembly.hpp"
 
 #include "equations/element_matrices.hpp"
+#include "equations/surface_matrices.hpp"
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
+#include "materials/material_tables.hpp"
 
 #include <cstdint>
 #include <vector>
@@ -36,15 +38,32 @@ int image_kind(double velocity) {
   return -1;
 }
 
-// Element rows: edges first (signed), then nodes (when wanted).
-int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+// Element rows: edges first (signed by the direction bits), then nodes (when wanted).
+int element_rows(EDGE *const *edges, int no_edges, std::uint64_t direction, NODE *const *nodes, int no_nodes,
+                 bool with_nodes, ROW_TERMS *rows) {
   int n = 0;
-  if (element.edges)
-    for (int i = 0; i < element.type->no_edges; ++i)
-      rows[n++] = ROW_TERMS{element.edges[i]->potentials, ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0};
+  if (edges)
+    for (int i = 0; i < no_edges; ++i)
+      rows[n++] = ROW_TERMS{edges[i]->potentials, ((direction >> i) & 1u) ? 1.0 : -1.0};
   if (with_nodes)
-    for (int k = 0; k < element.type->no_nodes; ++k) rows[n++] = ROW_TERMS{element.nodes[k]->potentials, 1.0};
+    for (int k = 0; k < no_nodes; ++k) rows[n++] = ROW_TERMS{nodes[k]->potentials, 1.0};
   return n;
+}
+int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+  return element_rows(element.edges, element.type->no_edges, element.edge_direction, element.nodes,
+                      element.type->no_nodes, with_nodes, rows);
+}
+int element_rows(const S_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+  return element_rows(element.edges, element.type->no_edges, element.edge_direction, element.nodes,
+                      element.type->no_nodes, with_nodes, rows);
+}
+
+// The surface elements of the chain from the mesh file, in list order.
+std::vector<const S_ELEMENT *> surfaces_of(const MESHED_MODEL &first_part) {
+  std::vector<const S_ELEMENT *> surfaces;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_input_s_elements; ++k) surfaces.push_back(&part->input_s_elements[k]);
+  return surfaces;
 }
 
 // Where the entries of a scatter go, and what a pass may touch.
@@ -99,6 +118,13 @@ void scatter_pair(const SCATTER &to, double k_ij, const ROW_TERMS &ri, const ROW
   }
 }
 
+// Scatters a packed matrix of n rows, the first `edges` of them edge rows.
+void scatter_packed(const SCATTER &to, const double *packed, const ROW_TERMS *rows, int n, int edges) {
+  for (int i = 0; i < n; ++i)
+    for (int j = 0; j <= i; ++j)
+      scatter_pair(to, packed[packed_index(i, j)], rows[i], rows[j], i == j, i >= edges, j >= edges);
+}
+
 // Reads one record; false at the closing -1 or the end of the file.
 bool read_record(FFILE *file, std::int32_t *number, std::vector<double> &values) {
   if (read_blocks(number, sizeof *number, 1, file) != 1 || *number < 0) return false;
@@ -122,11 +148,7 @@ double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_pa
     const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
     const int edges = element.edges ? element.type->no_edges : 0;
     const bool nodes = with_nodes && packed.size() > static_cast<std::size_t>(edges * (edges + 1) / 2);
-    const int n = element_rows(element, nodes, rows);
-    for (int i = 0; i < n; ++i)
-      for (int j = 0; j <= i; ++j)
-        scatter_pair(to, packed[static_cast<std::size_t>(packed_index(i, j))], rows[i], rows[j], i == j,
-                     i >= edges, j >= edges);
+    scatter_packed(to, packed.data(), rows, element_rows(element, nodes, rows), edges);
   }
   return values;
 }
@@ -150,6 +172,21 @@ MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unkno
         const bool node = i >= edges;
         if ((!node && is_edge_kind(term.name)) || (!a_only && node && is_node_kind(term.name)) ||
             term.name == image)
+          add_to_connection_vector(vector, term.position);
+      }
+    add_connections(lists, vector);
+  }
+  // Impedance and thin conducting surfaces couple the A of their edges and the potentials of
+  // their nodes.
+  for (const S_ELEMENT *surface : a_only ? std::vector<const S_ELEMENT *>{} : surfaces_of(first_part)) {
+    if (surface->kind != s_impedance && surface->kind != s_thin_5) continue;
+    clear_connection_vector(vector);
+    const int n = element_rows(*surface, true, rows);
+    const int edges = surface->edges ? surface->type->no_edges : 0;
+    for (int i = 0; i < n; ++i)
+      for (int k = 0; rows[i].terms && k < rows[i].terms->no_terms; ++k) {
+        const POTENTIAL_TERM &term = rows[i].terms->terms[k];
+        if (i < edges ? is_edge_kind(term.name) : is_node_kind(term.name))
           add_to_connection_vector(vector, term.position);
       }
     add_connections(lists, vector);
@@ -235,6 +272,47 @@ void assemble_c_matrix_lower_upper(double *c_lower, double *c_upper, const MATRI
     const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
     if (velocity == 0.0 || !element.edges) continue;
     add_convection(element, packed, velocity, profile, c_lower, c_upper);
+  }
+}
+
+void add_thin_surface_c_matrix(double *c, const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part,
+                               bool a_only, const double *conductances) {
+  const SCATTER to{&profile, c, nullptr, nullptr, 1.0};
+  const std::vector<const S_ELEMENT *> surfaces = surfaces_of(first_part);
+  std::vector<double> packed(max_ce_entries);
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  for (std::size_t k = 0; k < surfaces.size(); ++k) {
+    const S_ELEMENT &surface = *surfaces[k];
+    if (surface.kind != s_thin_5 || conductances[k] == 0.0) continue;
+    const int count = surface_element_matrix(surface, !a_only, packed.data());
+    for (int i = 0; i < count; ++i) packed[static_cast<std::size_t>(i)] *= conductances[k];
+    const int edges = surface.edges ? surface.type->no_edges : 0;
+    scatter_packed(to, packed.data(), rows, element_rows(surface, !a_only, rows), edges);
+  }
+}
+
+std::vector<double> thin_surface_conductances(const MESHED_MODEL &first_part) {
+  const std::vector<const S_ELEMENT *> surfaces = surfaces_of(first_part);
+  std::vector<double> conductances(surfaces.size(), 0.0);
+  for (std::size_t k = 0; k < surfaces.size(); ++k) {
+    if (surfaces[k]->kind != s_thin_5) continue;
+    const SMAT_PROPERTY *smat = find_smat_property(surfaces[k]->boundary_id);
+    if (smat && smat->thin_sigma) conductances[k] = smat->thin_sigma->value * smat->thickness;
+  }
+  return conductances;
+}
+
+void assemble_boundary_h_matrix(double *h, const MATRIX_PROFILE &profile, const S_ELEMENT *elements,
+                                FFILE *file) {
+  const SCATTER to{&profile, h, nullptr, nullptr, 1.0};
+  std::vector<double> packed;
+  std::int32_t number = 0;
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  while (read_record(file, &number, packed)) {
+    const S_ELEMENT &element = elements[number - 1];
+    const int edges = element.edges ? element.type->no_edges : 0;
+    if (packed.size() < static_cast<std::size_t>(edges * (edges + 1) / 2)) continue;
+    scatter_packed(to, packed.data(), rows, element_rows(element, false, rows), edges);
   }
 }
 

@@ -13,10 +13,10 @@
 namespace tesmora {
 
 // The pattern of the unknowns of the model's chain: each element couples the variables of its
-// edges (A) and, when phi is an unknown, of its nodes. Type 1 or 2. With velocities (one per
-// element, list order; a steady-current job) a moving element also couples the shifted image
-// variables of its edges and nodes: upstream (kind 5) when its velocity is positive, downstream
-// (kind 6) when negative.
+// edges (A) and, when phi is an unknown, of its nodes, and so does each impedance or thin
+// conducting surface (kinds 2 and 5) of the mesh file's surface elements. Type 1 or 2. With velocities (one
+// per element, list order; a steady-current job) a moving element also couples the shifted image variables of
+// its edges and nodes: upstream (kind 5) when its velocity is positive, downstream (kind 6) when negative.
 MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
                                     const double *velocities = nullptr);
 
@@ -54,6 +54,21 @@ double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
 // column) goes by the two-array rule of add_in_asymmetric.
 void assemble_c_matrix_lower_upper(double *c_lower, double *c_upper, const MATRIX_PROFILE &profile,
                                    const MESHED_MODEL &first_part, FFILE *file, const double *velocities);
+
+// After the c scatter: each thin conducting surface (surface element of kind 5 among the mesh
+// file's surface elements of the chain) adds its surface matrix (surface_matrices.hpp; with the
+// node rows unless a_only) times its conductance into c, with the expansion and doubling of the
+// c scatter. conductances has one entry per surface element, list order.
+void add_thin_surface_c_matrix(double *c, const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part,
+                               bool a_only, const double *conductances);
+// The conductance of each surface element of the chain (list order): sigma times thickness of
+// the thin-conductor record of a kind-5 surface, else 0.0.
+std::vector<double> thin_surface_conductances(const MESHED_MODEL &first_part);
+
+// The far-boundary terms: the h records of `file` (open for reading; element number k is
+// elements[k - 1], edge block only) scattered into h by the rules of the h scatter.
+void assemble_boundary_h_matrix(double *h, const MATRIX_PROFILE &profile, const S_ELEMENT *elements,
+                                FFILE *file);
 
 // The conductor velocity of every volume element of the chain (list order): the velocity of the
 // regular mesh whose material ids hold the element's material id, else 0.0.

@@ -188,6 +188,8 @@ void make_system_matrices() {
     open_ffile(files.element_c_matrices, "r");
     double *c = assemble_c_matrix(*profile, model, files.element_c_matrices, a_only);
     close_ffile(files.element_c_matrices);
+    const std::vector<double> conductances = thin_surface_conductances(model); // kind-5 surfaces
+    add_thin_surface_c_matrix(c, *profile, model, a_only, conductances.data());
     write_blocks(c, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
     free_named(c, "c_matrix");
   }
