@@ -199,6 +199,7 @@ void solve_equation_stage(MESHED_MODEL &first_part) {
   if (control.non_linear) stop_at_unavailable_analysis("nonlinear iteration");
   if (control.electric_kind || control.is_thermal) stop_at_unavailable_analysis("scalar-potential analysis");
   if (control.moving) stop_at_unavailable_analysis("motion analysis");
+  if (control.steady_current) stop_at_unavailable_analysis("steady-current analysis");
   if (!control.MAKE_SYSTEM_MATRICES) restore_model_variables(first_part);
 
   // The sources' load columns made by the matrix stage.

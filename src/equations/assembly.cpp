@@ -2,8 +2,10 @@
 #include "equations/assembly.hpp"
 
 #include "equations/element_matrices.hpp"
+#include "equations/surface_matrices.hpp"
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
+#include "materials/material_tables.hpp"
 
 #include <cstdint>
 #include <vector>
@@ -28,15 +30,40 @@ struct ROW_TERMS {
 bool is_edge_kind(int name) { return name == A_EDGE; }
 bool is_node_kind(int name) { return name == PHI_NODE || name == PHI_NODE_SUFCUR; }
 
-// Element rows: edges first (signed), then nodes (when wanted).
-int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+// The kind of the shifted image variables that the moving-conductor term of an element with
+// velocity v takes: upstream for a positive velocity, downstream for a negative one; -1 none.
+int image_kind(double velocity) {
+  if (velocity > 0.0) return UPWIND;
+  if (velocity < 0.0) return DOWNWIND;
+  return -1;
+}
+
+// Element rows: edges first (signed by the direction bits), then nodes (when wanted).
+int element_rows(EDGE *const *edges, int no_edges, std::uint64_t direction, NODE *const *nodes, int no_nodes,
+                 bool with_nodes, ROW_TERMS *rows) {
   int n = 0;
-  if (element.edges)
-    for (int i = 0; i < element.type->no_edges; ++i)
-      rows[n++] = ROW_TERMS{element.edges[i]->potentials, ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0};
+  if (edges)
+    for (int i = 0; i < no_edges; ++i)
+      rows[n++] = ROW_TERMS{edges[i]->potentials, ((direction >> i) & 1u) ? 1.0 : -1.0};
   if (with_nodes)
-    for (int k = 0; k < element.type->no_nodes; ++k) rows[n++] = ROW_TERMS{element.nodes[k]->potentials, 1.0};
+    for (int k = 0; k < no_nodes; ++k) rows[n++] = ROW_TERMS{nodes[k]->potentials, 1.0};
   return n;
+}
+int element_rows(const V_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+  return element_rows(element.edges, element.type->no_edges, element.edge_direction, element.nodes,
+                      element.type->no_nodes, with_nodes, rows);
+}
+int element_rows(const S_ELEMENT &element, bool with_nodes, ROW_TERMS *rows) {
+  return element_rows(element.edges, element.type->no_edges, element.edge_direction, element.nodes,
+                      element.type->no_nodes, with_nodes, rows);
+}
+
+// The surface elements of the chain from the mesh file, in list order.
+std::vector<const S_ELEMENT *> surfaces_of(const MESHED_MODEL &first_part) {
+  std::vector<const S_ELEMENT *> surfaces;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_input_s_elements; ++k) surfaces.push_back(&part->input_s_elements[k]);
+  return surfaces;
 }
 
 // Where the entries of a scatter go, and what a pass may touch.
@@ -91,6 +118,13 @@ void scatter_pair(const SCATTER &to, double k_ij, const ROW_TERMS &ri, const ROW
   }
 }
 
+// Scatters a packed matrix of n rows, the first `edges` of them edge rows.
+void scatter_packed(const SCATTER &to, const double *packed, const ROW_TERMS *rows, int n, int edges) {
+  for (int i = 0; i < n; ++i)
+    for (int j = 0; j <= i; ++j)
+      scatter_pair(to, packed[packed_index(i, j)], rows[i], rows[j], i == j, i >= edges, j >= edges);
+}
+
 // Reads one record; false at the closing -1 or the end of the file.
 bool read_record(FFILE *file, std::int32_t *number, std::vector<double> &values) {
   if (read_blocks(number, sizeof *number, 1, file) != 1 || *number < 0) return false;
@@ -114,28 +148,45 @@ double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_pa
     const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
     const int edges = element.edges ? element.type->no_edges : 0;
     const bool nodes = with_nodes && packed.size() > static_cast<std::size_t>(edges * (edges + 1) / 2);
-    const int n = element_rows(element, nodes, rows);
-    for (int i = 0; i < n; ++i)
-      for (int j = 0; j <= i; ++j)
-        scatter_pair(to, packed[static_cast<std::size_t>(packed_index(i, j))], rows[i], rows[j], i == j,
-                     i >= edges, j >= edges);
+    scatter_packed(to, packed.data(), rows, element_rows(element, nodes, rows), edges);
   }
   return values;
 }
 
 } // namespace
 
-MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only) {
+MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
+                                    const double *velocities) {
   PROFILE_LISTS *lists = make_profile_lists(no_unknowns);
   CONNECTION_VECTOR *vector = make_connection_vector(81);
   ROW_TERMS rows[max_element_edges + max_element_nodes];
-  for (const V_ELEMENT *element : elements_of(first_part)) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  for (std::size_t e = 0; e < elements.size(); ++e) {
     clear_connection_vector(vector);
-    const int n = element_rows(*element, !a_only, rows);
+    const int image = velocities ? image_kind(velocities[e]) : -1;
+    const int n = element_rows(*elements[e], !a_only || image >= 0, rows);
+    const int edges = elements[e]->edges ? elements[e]->type->no_edges : 0;
     for (int i = 0; i < n; ++i)
       for (int k = 0; rows[i].terms && k < rows[i].terms->no_terms; ++k) {
         const POTENTIAL_TERM &term = rows[i].terms->terms[k];
-        if (is_edge_kind(term.name) || (!a_only && is_node_kind(term.name)))
+        const bool node = i >= edges;
+        if ((!node && is_edge_kind(term.name)) || (!a_only && node && is_node_kind(term.name)) ||
+            term.name == image)
+          add_to_connection_vector(vector, term.position);
+      }
+    add_connections(lists, vector);
+  }
+  // Impedance and thin conducting surfaces couple the A of their edges and the potentials of
+  // their nodes.
+  for (const S_ELEMENT *surface : a_only ? std::vector<const S_ELEMENT *>{} : surfaces_of(first_part)) {
+    if (surface->kind != s_impedance && surface->kind != s_thin_5) continue;
+    clear_connection_vector(vector);
+    const int n = element_rows(*surface, true, rows);
+    const int edges = surface->edges ? surface->type->no_edges : 0;
+    for (int i = 0; i < n; ++i)
+      for (int k = 0; rows[i].terms && k < rows[i].terms->no_terms; ++k) {
+        const POTENTIAL_TERM &term = rows[i].terms->terms[k];
+        if (i < edges ? is_edge_kind(term.name) : is_node_kind(term.name))
           add_to_connection_vector(vector, term.position);
       }
     add_connections(lists, vector);
@@ -176,6 +227,104 @@ double *assemble_h_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &fir
 double *assemble_c_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file,
                           bool a_only, double phi_scale, int *marks) {
   return scatter_file(profile, first_part, file, !a_only, "c_matrix", nullptr, phi_scale, marks);
+}
+
+namespace {
+
+// The moving-conductor term of one element: every ordered pair of edge rows (i, j) of the packed
+// c matrix K, row entries of kind 0 against column entries of kind 0 (+) or of the image kind
+// (-). Each ordered pair is visited once, so no pair needs doubling.
+void add_convection(const V_ELEMENT &element, const std::vector<double> &packed, double velocity,
+                    const MATRIX_PROFILE &profile, double *c_lower, double *c_upper) {
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  const int edges = element_rows(element, false, rows);
+  const int image = image_kind(velocity);
+  for (int i = 0; i < edges; ++i) {
+    if (!rows[i].terms) continue;
+    for (int j = 0; j < edges; ++j) {
+      if (!rows[j].terms) continue;
+      const double k_ij = packed[static_cast<std::size_t>(i >= j ? packed_index(i, j) : packed_index(j, i))];
+      const double signed_k = k_ij * rows[i].sign * rows[j].sign * velocity;
+      for (int a = 0; a < rows[i].terms->no_terms; ++a) {
+        const POTENTIAL_TERM &ta = rows[i].terms->terms[a];
+        if (ta.name != A_EDGE) continue;
+        for (int b = 0; b < rows[j].terms->no_terms; ++b) {
+          const POTENTIAL_TERM &tb = rows[j].terms->terms[b];
+          if (tb.name != A_EDGE && tb.name != image) continue;
+          const double value = (tb.name == A_EDGE ? 1.0 : -1.0) * signed_k * ta.coefficient * tb.coefficient;
+          add_in_asymmetric(ta.position, tb.position, value, c_lower, c_upper, profile.row_head_pointers,
+                            profile.index);
+        }
+      }
+    }
+  }
+}
+
+} // namespace
+
+void assemble_c_matrix_lower_upper(double *c_lower, double *c_upper, const MATRIX_PROFILE &profile,
+                                   const MESHED_MODEL &first_part, FFILE *file, const double *velocities) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  std::vector<double> packed;
+  std::int32_t number = 0;
+  while (read_record(file, &number, packed)) {
+    const double velocity = velocities[number - 1];
+    const V_ELEMENT &element = *elements[static_cast<std::size_t>(number - 1)];
+    if (velocity == 0.0 || !element.edges) continue;
+    add_convection(element, packed, velocity, profile, c_lower, c_upper);
+  }
+}
+
+void add_thin_surface_c_matrix(double *c, const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part,
+                               bool a_only, const double *conductances) {
+  const SCATTER to{&profile, c, nullptr, nullptr, 1.0};
+  const std::vector<const S_ELEMENT *> surfaces = surfaces_of(first_part);
+  std::vector<double> packed(max_ce_entries);
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  for (std::size_t k = 0; k < surfaces.size(); ++k) {
+    const S_ELEMENT &surface = *surfaces[k];
+    if (surface.kind != s_thin_5 || conductances[k] == 0.0) continue;
+    const int count = surface_element_matrix(surface, !a_only, packed.data());
+    for (int i = 0; i < count; ++i) packed[static_cast<std::size_t>(i)] *= conductances[k];
+    const int edges = surface.edges ? surface.type->no_edges : 0;
+    scatter_packed(to, packed.data(), rows, element_rows(surface, !a_only, rows), edges);
+  }
+}
+
+std::vector<double> thin_surface_conductances(const MESHED_MODEL &first_part) {
+  const std::vector<const S_ELEMENT *> surfaces = surfaces_of(first_part);
+  std::vector<double> conductances(surfaces.size(), 0.0);
+  for (std::size_t k = 0; k < surfaces.size(); ++k) {
+    if (surfaces[k]->kind != s_thin_5) continue;
+    const SMAT_PROPERTY *smat = find_smat_property(surfaces[k]->boundary_id);
+    if (smat && smat->thin_sigma) conductances[k] = smat->thin_sigma->value * smat->thickness;
+  }
+  return conductances;
+}
+
+void assemble_boundary_h_matrix(double *h, const MATRIX_PROFILE &profile, const S_ELEMENT *elements,
+                                FFILE *file) {
+  const SCATTER to{&profile, h, nullptr, nullptr, 1.0};
+  std::vector<double> packed;
+  std::int32_t number = 0;
+  ROW_TERMS rows[max_element_edges + max_element_nodes];
+  while (read_record(file, &number, packed)) {
+    const S_ELEMENT &element = elements[number - 1];
+    const int edges = element.edges ? element.type->no_edges : 0;
+    if (packed.size() < static_cast<std::size_t>(edges * (edges + 1) / 2)) continue;
+    scatter_packed(to, packed.data(), rows, element_rows(element, false, rows), edges);
+  }
+}
+
+std::vector<double> conductor_velocities(const MESHED_MODEL &first_part,
+                                         const std::vector<REGULAR_MESH> &meshes) {
+  const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
+  std::vector<double> velocities(elements.size(), 0.0);
+  for (std::size_t e = 0; e < elements.size(); ++e)
+    for (const REGULAR_MESH &mesh : meshes)
+      for (const int id : mesh.mat_ids)
+        if (id == elements[e]->mat_id) velocities[e] = mesh.velocity;
+  return velocities;
 }
 
 double *assemble_e_matrix(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_part, FFILE *file) {

@@ -8,6 +8,7 @@
 #include "equations/matrix_profile.hpp"
 #include "equations/renumbering.hpp"
 #include "input/control_data.hpp"
+#include "input/regular_mesh.hpp"
 #include "input/solver_settings.hpp"
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
@@ -140,9 +141,13 @@ void make_system_matrices() {
   MESHED_MODEL &model = global_model();
   const bool a_only = job_a_only(control);
   int no_unknowns = make_variables(model, variable_options(control));
+  // A steady-current job couples the moving conductors' edges with their shifted images.
+  const std::vector<double> velocities =
+      control.steady_current ? conductor_velocities(model, regular_meshes()) : std::vector<double>{};
+  const double *moving = velocities.empty() ? nullptr : velocities.data();
   const int renumbering = solver_settings().cg_iteration.renumbering - 1;
   if (renumbering > 0 && no_unknowns > 0 && !control.sliding_motion && control.mesh_connection != 2) {
-    MATRIX_PROFILE *full = build_model_profile(model, no_unknowns, profile_full, a_only);
+    MATRIX_PROFILE *full = build_model_profile(model, no_unknowns, profile_full, a_only, moving);
     std::vector<int> new_number(static_cast<std::size_t>(no_unknowns));
     auto *work = calloc_int(4 * static_cast<std::uint64_t>(no_unknowns), "work for renumber_variables");
     renumber_variables(full, renumbering, new_number.data(), work);
@@ -150,7 +155,8 @@ void make_system_matrices() {
     free_matrix_profile(&full);
     apply_renumbering(model, new_number);
   }
-  MATRIX_PROFILE *profile = build_model_profile(model, no_unknowns, profile_lower_with_diagonal, a_only);
+  MATRIX_PROFILE *profile =
+      build_model_profile(model, no_unknowns, profile_lower_with_diagonal, a_only, moving);
   std::FILE *output = run_files().print_out->stream;
   write_report(output, "                      *****************  System matrix    ***************** \n\n");
   write_report(output, "                         Number of unknowns                      = %9d\n",
@@ -168,8 +174,22 @@ void make_system_matrices() {
     open_ffile(files.element_h_matrices, "r");
     double *h = assemble_h_matrix(*profile, model, files.element_h_matrices);
     close_ffile(files.element_h_matrices);
-    write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
-    if (control.is_static) write_t_matrix(*profile, h);
+    if (control.steady_current) {
+      // h becomes the lower array of the asymmetric pair; its copy the upper one. Both take the
+      // moving-conductor term and are written, the lower first.
+      const auto size = static_cast<std::uint64_t>(profile->size);
+      double *upper = calloc_double(size, "c_matrix_upper");
+      for (std::uint64_t k = 0; k < size; ++k) upper[k] = h[k];
+      open_ffile(files.element_c_matrices, "r");
+      assemble_c_matrix_lower_upper(h, upper, *profile, model, files.element_c_matrices, moving);
+      close_ffile(files.element_c_matrices);
+      write_blocks(h, sizeof(double), size, files.system_matrices);
+      write_blocks(upper, sizeof(double), size, files.system_matrices);
+      free_named(upper, "c_matrix_upper");
+    } else {
+      write_blocks(h, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
+      if (control.is_static) write_t_matrix(*profile, h);
+    }
     free_named(h, "h_matrix");
     if (control.ac_mode == 2) {
       // The second h of an AC 2 job: the imaginary reluctivities.
@@ -184,6 +204,8 @@ void make_system_matrices() {
     open_ffile(files.element_c_matrices, "r");
     double *c = assemble_c_matrix(*profile, model, files.element_c_matrices, a_only);
     close_ffile(files.element_c_matrices);
+    const std::vector<double> conductances = thin_surface_conductances(model); // kind-5 surfaces
+    add_thin_surface_c_matrix(c, *profile, model, a_only, conductances.data());
     write_blocks(c, sizeof(double), static_cast<std::uint64_t>(profile->size), files.system_matrices);
     free_named(c, "c_matrix");
   }

@@ -1,8 +1,10 @@
 // Assembly of the global curl-curl and conductivity matrices on structured meshes: the gradient
-// kernel, the energy as the sum of the element energies, and the doubling rule.
+// kernel, the energy as the sum of the element energies, the doubling rule, and the asymmetric
+// pair of a steady-current job with its moving-conductor term.
 #include "equations/assembly.hpp"
 #include "equations/element_matrices.hpp"
 #include "input/control_data_writable.hpp"
+#include "input/regular_mesh.hpp"
 #include "job/memory.hpp"
 #include "job/run_files.hpp"
 #include "materials/material_tables.hpp"
@@ -315,4 +317,97 @@ TEST_F(Assembly, MarksAndPhiScaleOfTheConductivityScatter) {
   EXPECT_GT(checked, 0);
   free_named(plain, "c_matrix");
   free_named(scaled, "c_matrix");
+}
+
+namespace {
+
+// The edge of the model whose ends are those of `edge` moved by `shift` along x, and +1 or -1 as
+// it runs the same way or against; {nullptr, 0} when the mesh has no such edge.
+std::pair<const EDGE *, double> translated_edge(const MESHED_MODEL &m, const EDGE &edge, double shift) {
+  auto same = [](const NODE *a, const NODE *b, double dx) {
+    return std::fabs(a->x + dx - b->x) < 1e-9 && std::fabs(a->y - b->y) < 1e-9 &&
+           std::fabs(a->z - b->z) < 1e-9;
+  };
+  for (int e = 0; e < m.no_edges; ++e) {
+    const EDGE &other = m.edges[e];
+    if (same(edge.start, other.start, shift) && same(edge.end, other.end, shift)) return {&other, 1.0};
+    if (same(edge.start, other.end, shift) && same(edge.end, other.start, shift)) return {&other, -1.0};
+  }
+  return {nullptr, 0.0};
+}
+
+// Dense n x n rows of a symmetric array on the profile.
+std::vector<std::vector<double>> dense_symmetric(const MATRIX_PROFILE &p, const double *values) {
+  std::vector<std::vector<double>> a(p.dimension, std::vector<double>(p.dimension, 0.0));
+  for (int row = 0; row < p.dimension; ++row)
+    for (int k = p.row_head_pointers[row]; k < p.row_head_pointers[row + 1]; ++k)
+      a[row][p.index[k] - 1] = a[p.index[k] - 1][row] = values[k];
+  return a;
+}
+
+} // namespace
+
+TEST_F(Assembly, MovingConductorTermIsTheMassTimesTheUpwindDifference) {
+  // 3x3x3 hexahedra of side 0.1, the conductors (material 2) moving along x. Every edge gets its
+  // translated images as shifted variables: upstream (kind 5) one cell towards -x, downstream
+  // (kind 6) towards +x, with the sign of their relative direction. The term is then, for each
+  // ordered pair, v K_ij s_i s_j (A_j - A_image(j)): globally v C (I - S) with C the symmetric
+  // conductivity matrix and S the map of each unknown to its image. The asymmetric pair must hold
+  // H + v C (I - S): below the diagonal in the lower array, above it in the upper one (stored at
+  // the transposed place), the diagonal in both. The upwind kind follows the sign of v.
+  for (const double v : {3.0, -3.0}) {
+    SCOPED_TRACE(v);
+    free_matrix_profile(&profile);
+    free_model_arrays(model);
+    free_potential_store();
+    if (!have_materials) materials("2 0 0\n1 0 0 0 100 0 0 0 0\n2 0 0 5.8e7 1 0 0 0 0\n");
+    model = MESH_BUILDER::hexahedra(3, 0.1).build();
+    number_model(-1);
+    make_element_matrices(model, options);
+    const int n = no_unknowns;
+    std::vector<std::vector<double>> image(n, std::vector<double>(n, 0.0)); // S of the kind in use
+    for (int e = 0; e < model.no_edges; ++e) {
+      EDGE &edge = model.edges[e];
+      const int b = edge.potentials->terms[0].position;
+      for (const int kind : {UPWIND, DOWNWIND}) {
+        const auto [other, sign] = translated_edge(model, edge, kind == UPWIND ? -0.1 : 0.1);
+        if (!other) continue; // the inflow wall: the image is a fixed zero
+        const int u = other->potentials->terms[0].position;
+        add_potential_term(edge.potentials, kind, u, sign);
+        if ((kind == UPWIND) == (v > 0)) image[b - 1][u - 1] = sign;
+      }
+    }
+    const std::vector<double> velocities = conductor_velocities(model, {REGULAR_MESH{v, 2, {2}}});
+    for (int k = 0; k < model.no_v_elements; ++k)
+      EXPECT_EQ(velocities[k], model.v_elements[k].mat_id == 2 ? v : 0.0);
+    profile = build_model_profile(model, n, profile_lower_with_diagonal, true, velocities.data());
+    double *h = assemble(run_files().element_h_matrices, true);
+    double *c = assemble(run_files().element_c_matrices, false);
+    std::vector<double> lower(h, h + profile->size), upper = lower;
+    open_ffile(run_files().element_c_matrices, "r");
+    assemble_c_matrix_lower_upper(lower.data(), upper.data(), *profile, model, run_files().element_c_matrices,
+                                  velocities.data());
+    close_ffile(run_files().element_c_matrices);
+    const auto dense_h = dense_symmetric(*profile, h), dense_c = dense_symmetric(*profile, c);
+    double largest = 0.0;
+    for (int k = 0; k < profile->size; ++k)
+      largest = std::max(largest, std::fabs(h[k]) + std::fabs(v * c[k]));
+    int upwind_entries = 0;
+    for (int i = 0; i < n; ++i)
+      for (int j = 0; j < n; ++j) {
+        double expected = dense_h[i][j] + v * dense_c[i][j];
+        for (int b = 0; b < n; ++b) expected -= v * dense_c[i][b] * image[b][j];
+        if (expected == 0.0 && dense_h[i][j] == 0.0 && dense_c[i][j] == 0.0) continue;
+        const int at = location_in_matrix(i + 1, j + 1, profile->row_head_pointers, profile->index);
+        if (dense_c[i][j] == 0.0 && expected != dense_h[i][j]) ++upwind_entries;
+        const double actual = i >= j ? lower[at] : upper[at];
+        EXPECT_NEAR(actual, expected, 1e-12 * largest) << i << " " << j; // rounding of a few sums
+        if (i == j) {
+          EXPECT_EQ(upper[at], lower[at]);
+        }
+      }
+    EXPECT_GT(upwind_entries, 0); // the images reach beyond the element's own pattern
+    free_named(h, "h_matrix");
+    free_named(c, "c_matrix");
+  }
 }

@@ -28,38 +28,76 @@ void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r,
 
 } // namespace
 
+namespace {
+
+// The vectors and scalars of one CG solve.
+struct CG_LOOP {
+  double *r = nullptr, *z = nullptr, *p = nullptr, *q = nullptr;
+  double rho = 0.0;
+  double err = 0.0;
+};
+
+// One iteration with any preconditioner: each vector operation in its own pass.
+int plain_cg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x,
+                  CG_LOOP &v) {
+  const int n = s.n;
+  double *r = v.r, *z = v.z, *p = v.p, *q = v.q;
+  apply_matrix(s, p, q);
+  const double alpha = v.rho / dot(n, p, q);
+  for (int i = 0; i < n; ++i) x[i] += alpha * p[i], r[i] -= alpha * q[i];
+  apply_preconditioner(s, r, z);
+  double new_rho = 0.0, rr = 0.0;
+  for (int i = 0; i < n; ++i) new_rho += r[i] * z[i], rr += r[i] * r[i];
+  v.err = std::sqrt(rr / track.b2);
+  const int outcome = track_step(cg, track, k, v.err, x);
+  if (outcome != 0) return outcome;
+  const double beta = new_rho / v.rho;
+  for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
+  v.rho = new_rho;
+  return 0;
+}
+
+// One iteration with the incomplete factor in three passes over the rows (product, forward and
+// backward sweeps) that carry all vector work; x receives its step in the backward sweep.
+int fused_iccg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x,
+                    CG_LOOP &v) {
+  const double alpha = v.rho / apply_matrix_quadratic(s, v.p, v.q);
+  const RESIDUAL_SUMS sums = update_residual_forward(s, alpha, v.r, v.q, v.z);
+  v.err = std::sqrt(sums.rr / track.b2);
+  const int outcome = track_step_before_update(cg, track, k, v.err, x);
+  if (outcome != 0) {
+    for (int i = 0; i < s.n; ++i) x[i] += alpha * v.p[i];
+    return outcome;
+  }
+  update_directions_backward(s, alpha, sums.rz / v.rho, v.z, x, v.p);
+  v.rho = sums.rz;
+  return 0;
+}
+
+} // namespace
+
 void solve_cg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
   const int n = s.n;
   ITERATION_TRACK track = make_track(cg, n);
   if (!take_rhs_norm(cg, track, b, x)) return;
   TaggedArray<double> work(4LL * n, works_tag);
-  double *r = work.data(), *z = r + n, *p = z + n, *q = p + n;
-  residual(s, b, x, r, q);
-  apply_preconditioner(s, r, z);
-  double rho = 0.0, rr = 0.0;
-  for (int i = 0; i < n; ++i) p[i] = z[i], rho += r[i] * z[i], rr += r[i] * r[i];
-  double err = std::sqrt(rr / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::cg, err, x)) return free_track(track);
+  CG_LOOP v{.r = work.data(), .z = work.data() + n, .p = work.data() + 2LL * n, .q = work.data() + 3LL * n};
+  residual(s, b, x, v.r, v.q);
+  apply_preconditioner(s, v.r, v.z);
+  double rr = 0.0;
+  for (int i = 0; i < n; ++i) v.p[i] = v.z[i], v.rho += v.r[i] * v.z[i], rr += v.r[i] * v.r[i];
+  v.err = std::sqrt(rr / track.b2);
+  if (!start_track(cg, track, TOLERANCE_RULE::cg, v.err, x)) return free_track(track);
+  const bool fused = s.preconditioner == precondition_factor && !s.upper;
   const int limit = iteration_limit(cg, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
-    apply_matrix(s, p, q);
-    const double alpha = rho / dot(n, p, q);
-    for (int i = 0; i < n; ++i) x[i] += alpha * p[i], r[i] -= alpha * q[i];
-    apply_preconditioner(s, r, z);
-    double new_rho = 0.0;
-    rr = 0.0;
-    for (int i = 0; i < n; ++i) new_rho += r[i] * z[i], rr += r[i] * r[i];
-    err = std::sqrt(rr / track.b2);
-    outcome = track_step(cg, track, k, err, x);
+    outcome = fused ? fused_iccg_step(s, cg, track, k, x, v) : plain_cg_step(s, cg, track, k, x, v);
     if (outcome != 0) break;
-    const double beta = new_rho / rho;
-    for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
-    rho = new_rho;
   }
   if (outcome == 0) cg.status = 0, k = limit;
   finish_track(cg, track, k, x);
-  if (cg.solver != 0) report_loop_end(track, outcome == 0, err);
+  if (cg.solver != 0) report_loop_end(track, outcome == 0, v.err);
   free_track(track);
 }
 

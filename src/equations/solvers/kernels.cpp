@@ -84,6 +84,77 @@ void gauss_seidel_substitution(const SYSTEM_VIEW &s, const double *r, double *z)
 
 } // namespace
 
+double apply_matrix_quadratic(const SYSTEM_VIEW &s, const double *p, double *q) {
+  // The one-pass product of matrix_vector_product; row i also gives its share of p . A p,
+  // p_i (a_ii p_i + 2 sum_j<i a_ij p_j), so no second pass over p and q is needed.
+  const int *rhp = s.row_head_pointers;
+  double pq = 0.0;
+  for (int i = 0; i < s.n; ++i) {
+    const int first = rhp[i], diagonal = rhp[i + 1] - 1;
+    const double pi = p[i];
+    double sum = s.lower[diagonal] * pi, off_diagonal = 0.0;
+    for (int k = first; k < diagonal; ++k) {
+      const int j = s.index[k];
+      const double a = s.lower[k];
+      sum += a * p[j];
+      off_diagonal += a * p[j];
+      q[j] += a * pi;
+    }
+    q[i] = sum;
+    pq += pi * (sum + off_diagonal);
+  }
+  return pq;
+}
+
+RESIDUAL_SUMS update_residual_forward(const SYSTEM_VIEW &s, double alpha, double *r, double *q, double *z) {
+  // Row i: r_i -= alpha q_i, then y_i = r_i - sum_j<i l_ij y_j (unit lower factor, by rows) and
+  // z_i = Diag_i y_i. y overwrites q, which row i no longer needs. The factor's inverse pivots
+  // are applied as each row ends, and r . z = y^T Diag y is summed here instead of after the
+  // backward sweep. y_(i-1), the usual last term, comes from a register: the chain from one row
+  // to the next then holds no store and reload.
+  const int *rhp = s.row_head_pointers;
+  RESIDUAL_SUMS sums;
+  double y_previous = 0.0;
+  for (int i = 0; i < s.n; ++i) {
+    const int first = rhp[i], diagonal = rhp[i + 1] - 1;
+    const double ri = r[i] - alpha * q[i];
+    r[i] = ri;
+    sums.rr += ri * ri;
+    const bool previous_last = diagonal > first && s.index[diagonal - 1] == i - 1;
+    const int end = previous_last ? diagonal - 1 : diagonal;
+    double sum = ri;
+    for (int k = first; k < end; ++k) sum -= s.L[k] * q[s.index[k]];
+    if (previous_last) sum -= s.L[end] * y_previous;
+    q[i] = sum;
+    y_previous = sum;
+    const double zi = s.Diag[i] * sum;
+    z[i] = zi;
+    sums.rz += zi * sum;
+  }
+  return sums;
+}
+
+void update_directions_backward(const SYSTEM_VIEW &s, double alpha, double beta, double *z, double *x,
+                                double *p) {
+  // z = U^-1 z by rows of the transpose from the last row (scatter). z_i is final when row i is
+  // reached, so the CG updates x_i += alpha p_i and p_i = z_i + beta p_i follow at once. The
+  // contribution of row i to z_(i-1), the last one z_(i-1) receives, stays in a register.
+  const int *rhp = s.row_head_pointers;
+  double carried = 0.0;
+  bool has_carried = false;
+  for (int i = s.n - 1; i >= 0; --i) {
+    const int first = rhp[i], diagonal = rhp[i + 1] - 1;
+    const double zi = has_carried ? carried : z[i];
+    z[i] = zi;
+    x[i] += alpha * p[i];
+    p[i] = zi + beta * p[i];
+    has_carried = diagonal > first && s.index[diagonal - 1] == i - 1;
+    const int end = has_carried ? diagonal - 1 : diagonal;
+    for (int k = first; k < end; ++k) z[s.index[k]] -= s.U[k] * zi;
+    if (has_carried) carried = z[i - 1] - s.U[end] * zi;
+  }
+}
+
 void apply_matrix(const SYSTEM_VIEW &s, const double *x, double *y) {
   if (!s.upper) {
     matrix_vector_product(s.n, s.row_head_pointers, nullptr, s.index, s.lower, x, y);

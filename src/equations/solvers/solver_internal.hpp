@@ -38,6 +38,20 @@ void apply_preconditioner_transposed(const SYSTEM_VIEW &s, const double *r, doub
 void apply_matrix_complex(const SYSTEM_VIEW &s, const complex *x, complex *y);
 void apply_preconditioner_complex(const SYSTEM_VIEW &s, const complex *r, complex *z);
 
+// The three passes of one ICCG iteration on a symmetric matrix with its incomplete factor, each
+// fused with the vector work that reads the same rows:
+// q = A p, returning p . q;
+double apply_matrix_quadratic(const SYSTEM_VIEW &s, const double *p, double *q);
+// r -= alpha q and the forward half of z = M^-1 r (q is overwritten), returning r . r and r . z;
+struct RESIDUAL_SUMS {
+  double rr = 0.0;
+  double rz = 0.0;
+};
+RESIDUAL_SUMS update_residual_forward(const SYSTEM_VIEW &s, double alpha, double *r, double *q, double *z);
+// the backward half of z = M^-1 r, then x += alpha p and p = z + beta p.
+void update_directions_backward(const SYSTEM_VIEW &s, double alpha, double beta, double *z, double *x,
+                                double *p);
+
 double dot(int n, const double *x, const double *y);
 complex dot_bilinear(int n, const complex *x, const complex *y); // x^T y, no conjugation
 double norm2(int n, const complex *x);                           // sum |x_i|^2
@@ -62,7 +76,8 @@ struct ITERATION_TRACK {
   double best = 0.0;
   int best_iteration = 0;
   int counter = 0;
-  double *x_best = nullptr; // tag "x_best in solve_sparse_matrix"
+  double *x_best = nullptr;  // tag "x_best in solve_sparse_matrix"
+  bool x_holds_best = false; // the solution vector itself is the best iterate (deferred store)
 };
 
 // The norm step: b2 from rhs (or the norm vector, or the cached value). Returns false after a
@@ -74,6 +89,10 @@ bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule
                  const double *x);
 // One iteration's bookkeeping. Returns 1 converged, -1 diverged (status 0 set), 0 go on.
 int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x);
+// The same for a method that adds step k to x only after this call (fused with other work):
+// x_previous is iterate k-1. The best store is written only when x leaves the best iterate.
+int track_step_before_update(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err,
+                             const double *x_previous);
 // Leaves with the best solution: x = x_best, error, iterations, total_iterations += k.
 void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x);
 // The messages of the methods other than plain ICCG at the end of their loop.

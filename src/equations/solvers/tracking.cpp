@@ -111,7 +111,11 @@ bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule
   return true;
 }
 
-int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x) {
+namespace {
+
+// The report lines, the divergence counter and the exits of step k, once the caller has settled
+// the best store.
+int judge_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err) {
   write_line(track, track.streams.check, k, err);
   if (k % 50 == 0 && track.streams.output) {
     write_line(track, track.streams.output, k, err);
@@ -119,7 +123,6 @@ int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, co
   }
   if (err < track.best) {
     track.best = err;
-    std::memcpy(track.x_best, x, sizeof(double) * static_cast<std::size_t>(track.length));
     track.best_iteration = k;
     track.counter = 0;
   } else if (err >= track.best * cg.div_factor) {
@@ -139,8 +142,28 @@ int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, co
   return 0;
 }
 
+} // namespace
+
+int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x) {
+  if (err < track.best) std::memcpy(track.x_best, x, sizeof(double) * static_cast<std::size_t>(track.length));
+  return judge_step(cg, track, k, err);
+}
+
+int track_step_before_update(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err,
+                             const double *x_previous) {
+  if (err < track.best) {
+    track.x_holds_best = true; // the step the caller adds next makes x the best iterate
+  } else if (track.x_holds_best) {
+    // x is about to leave the best iterate behind: keep it.
+    std::memcpy(track.x_best, x_previous, sizeof(double) * static_cast<std::size_t>(track.length));
+    track.x_holds_best = false;
+  }
+  return judge_step(cg, track, k, err);
+}
+
 void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x) {
-  std::memcpy(x, track.x_best, sizeof(double) * static_cast<std::size_t>(track.length));
+  if (!track.x_holds_best)
+    std::memcpy(x, track.x_best, sizeof(double) * static_cast<std::size_t>(track.length));
   cg.error = track.best;
   cg.iterations = track.best_iteration;
   cg.total_iterations += k;
