@@ -11,6 +11,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
@@ -200,6 +201,9 @@ void solve_equation_stage(MESHED_MODEL &first_part) {
   if (control.electric_kind || control.is_thermal) stop_at_unavailable_analysis("scalar-potential analysis");
   if (control.moving) stop_at_unavailable_analysis("motion analysis");
   if (control.steady_current) stop_at_unavailable_analysis("steady-current analysis");
+  // The boundary-element terms of an open far boundary have no matrix in this build.
+  if (boundary_data().far_boundary_condition == 2)
+    stop_at_unavailable_analysis("far boundary of boundary-element terms");
   if (!control.MAKE_SYSTEM_MATRICES) restore_model_variables(first_part);
 
   // The sources' load columns made by the matrix stage.
