@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # Installs what a fresh Debian machine lacks to build and test Tesmora: the compiler (with its
-# OpenMP run time), CMake, GoogleTest and SuiteSparse (for AMD). Installs nothing already there.
+# OpenMP run time), CMake, GoogleTest, SuiteSparse (for AMD), clang-format, and Gmsh (the tests
+# check that Gmsh reads the UNV files Tesmora writes; the benchmark meshes are made by it).
+# Installs nothing already there.
 set -euo pipefail
 
-packages=(g++ make cmake libgtest-dev libsuitesparse-dev clang-format)
+packages=(g++ make cmake libgtest-dev libsuitesparse-dev clang-format gmsh)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
