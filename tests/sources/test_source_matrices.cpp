@@ -2,6 +2,7 @@
 // coupling of its potential through the region's reluctivity gives the energy of a uniform field.
 #include "equations/sparse_matrix.hpp"
 #include "input/control_data_writable.hpp"
+#include "job/block_io.hpp"
 #include "job/run_files.hpp"
 #include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
@@ -115,6 +116,25 @@ TEST_F(SourceMatrices, AVacuumRegionGetsNoLoad) {
   ASSERT_NE(coil.source_vector, nullptr);
   EXPECT_EQ(coil.source_vector->no_elements, 0);
   EXPECT_EQ(field_sources().inductances[0], 0.0);
+}
+
+TEST(SourceFile, AFileOfAnotherSourceTableStopsTheJob) {
+  const CHILD_JOB job = run_job_in_child([] {
+    writable_control_data() = CONTROL_DATA{};
+    writable_control_data().release = 12.0;
+    read_source_section(open_job_card_file("input", "SOURCE\nCOIL 1 1 1 0 0 0\nUNIF 0 0 1 0\nEND\nEND\n"), 1);
+    // The file of a table whose first source is series 7.
+    FFILE *file = run_files().source_matrix;
+    open_ffile(file, "w");
+    const std::int32_t words[2] = {1, 7};
+    write_blocks(words, sizeof(std::int32_t), 2, file);
+    close_ffile(file);
+    open_ffile(file, "r");
+    load_sources(file, 0);
+  });
+  EXPECT_EQ(job.exit_status, 1);
+  EXPECT_NE(job.error.find("**** File load_vector is incorrect. Job is stopped.. *******\n"),
+            std::string::npos);
 }
 
 } // namespace
