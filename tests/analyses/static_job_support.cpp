@@ -86,33 +86,43 @@ std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, in
   return values;
 }
 
-std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
-  const std::vector<std::string> lines = lines_of(read_file(path));
+namespace {
+
+// Field i of a NASTRAN card: small fixed fields of eight columns, or free fields between commas.
+std::string nastran_field(const std::string &line, int i) {
+  if (line.find(',') != std::string::npos) {
+    std::size_t from = 0;
+    for (int k = 0; k < i && from != std::string::npos; ++k) from = line.find(',', from) + 1;
+    if (from == 0 || from == std::string::npos) return std::string();
+    return line.substr(from, line.find(',', from) - from);
+  }
+  return line.size() > static_cast<std::size_t>(8 * i) ? line.substr(static_cast<std::size_t>(8 * i), 8)
+                                                       : std::string();
+}
+
+} // namespace
+
+std::map<int, std::array<double, 3>> read_grid_points(const std::string &path) {
   std::map<int, std::array<double, 3>> nodes;
-  // Small fixed fields of eight columns, or free fields between commas.
-  auto field = [](const std::string &line, int i) {
-    if (line.find(',') != std::string::npos) {
-      std::size_t from = 0;
-      for (int k = 0; k < i && from != std::string::npos; ++k) from = line.find(',', from) + 1;
-      if (from == 0 || from == std::string::npos) return std::string();
-      return line.substr(from, line.find(',', from) - from);
-    }
-    return line.size() > static_cast<std::size_t>(8 * i) ? line.substr(static_cast<std::size_t>(8 * i), 8)
-                                                         : std::string();
-  };
-  for (const std::string &line : lines)
+  for (const std::string &line : lines_of(read_file(path)))
     if (line.rfind("GRID", 0) == 0)
-      nodes[std::atoi(field(line, 1).c_str())] = {nastran_real(field(line, 3)), nastran_real(field(line, 4)),
-                                                  nastran_real(field(line, 5))};
+      nodes[std::atoi(nastran_field(line, 1).c_str())] = {nastran_real(nastran_field(line, 3)),
+                                                          nastran_real(nastran_field(line, 4)),
+                                                          nastran_real(nastran_field(line, 5))};
+  return nodes;
+}
+
+std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
+  const std::map<int, std::array<double, 3>> nodes = read_grid_points(path);
   std::map<int, TET_CENTROID> tets;
-  for (const std::string &line : lines) {
+  for (const std::string &line : lines_of(read_file(path))) {
     if (line.rfind("CTETRA", 0) != 0) continue;
-    TET_CENTROID c{{0.0, 0.0, 0.0}, std::atoi(field(line, 2).c_str())};
+    TET_CENTROID c{{0.0, 0.0, 0.0}, std::atoi(nastran_field(line, 2).c_str())};
     for (int n = 3; n < 7; ++n) {
-      const std::array<double, 3> &x = nodes.at(std::atoi(field(line, n).c_str()));
+      const std::array<double, 3> &x = nodes.at(std::atoi(nastran_field(line, n).c_str()));
       for (int d = 0; d < 3; ++d) c.x[d] += 0.25 * x[static_cast<std::size_t>(d)];
     }
-    tets[std::atoi(field(line, 1).c_str())] = c;
+    tets[std::atoi(nastran_field(line, 1).c_str())] = c;
   }
   return tets;
 }

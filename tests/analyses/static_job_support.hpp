@@ -36,6 +36,9 @@ std::string static_deck(const STATIC_DECK &deck);
 // number -> six values.
 std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set);
 
+// The GRID points of a small-field or free-field NASTRAN file, by node number.
+std::map<int, std::array<double, 3>> read_grid_points(const std::string &path);
+
 // Centroids of the CTETRA cards of a small-field NASTRAN file (Gmsh's "bdf"), by element number,
 // with their property.
 struct TET_CENTROID {

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <numbers>
-#include <sstream>
 #include <string>
 
 namespace tesmora::testing {
@@ -257,19 +256,8 @@ TEST(StaticJob, LoopOverAnIronPlateLiesBetweenTheFreeCoilAndTheHalfSpace) {
   const EXAMPLE_RUN plate = run_example(dir, "coil_plate");
   ASSERT_EQ(plate.run.exit_status, 0) << plate.check;
   std::map<int, std::array<double, 3>> axis; // nodes on the axis by number, with their position
-  for (const std::string &line : [&] {
-         std::vector<std::string> lines;
-         std::istringstream in(read_file(dir.file("pre_geom.nas")));
-         for (std::string l; std::getline(in, l);) lines.push_back(l);
-         return lines;
-       }()) {
-    if (line.rfind("GRID,", 0) != 0) continue;
-    int number = 0;
-    double x = 0, y = 0, z = 0;
-    if (std::sscanf(line.c_str(), "GRID,%d,%*d,%lf,%lf,%lf", &number, &x, &y, &z) == 4 &&
-        std::abs(x) < 1e-9 && std::abs(y) < 1e-9)
-      axis[number] = {x, y, z};
-  }
+  for (const auto &[number, x] : read_grid_points(dir.file("pre_geom.nas")))
+    if (std::abs(x[0]) < 1e-9 && std::abs(x[1]) < 1e-9) axis[number] = x;
   const double mu0 = 4e-7 * std::numbers::pi, current = 1000.0, a = 0.05, zc = 0.02, mu_r = 1000.0;
   auto loop = [&](double dz) { return mu0 * current * a * a / (2.0 * std::pow(a * a + dz * dz, 1.5)); };
   int checked = 0;
