@@ -71,6 +71,11 @@ void write_loop_times(const LOOP_WATCHES &w) {
 void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, double time,
                      const LOOP_WATCHES &watches) {
   set_source_amplitudes(time);
+  if (equation.no_unknowns == 0) {
+    // Every potential is fixed: the field is the sources' own, and there is nothing to solve.
+    write_solution_record(run_files().solutions, step, time, equation.solution, 0);
+    return;
+  }
   start_stop_watch(watches.assemble);
   load_vector(equation.RHS, equation.no_unknowns);
   SPARSE_MATRIX *matrix = load_matrix(equation);

@@ -36,6 +36,13 @@ bool element_takes_part(const V_ELEMENT &element, int coil_potential) {
   return mat && mat->magnetic && mat->magnetic->type == linear_property && mat->magnetic->linear;
 }
 
+bool coil_reaches_a_region(const MESHED_MODEL &first_part, int coil_potential) {
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k)
+      if (region_carries_coil(part->v_elements[k].potential_bits, coil_potential)) return true;
+  return false;
+}
+
 // The chain index of every edge: the parts' edges one after the other.
 std::vector<int> part_offsets(const MESHED_MODEL &first_part) {
   std::vector<int> offsets;
@@ -193,6 +200,13 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
     for (int i = 0; i < no_unknowns; ++i) work[i] *= sources.region_factor;
     free_sparse_vector(&source.source_vector);
     source.source_vector = make_sparse_vector(no_unknowns, work);
+    if (!coil_reaches_a_region(first_part, source.external->potential_option)) {
+      // Not an error (a job may keep a coil for its inductance), but rarely what is meant.
+      const char *note = "**** COIL source series %d: no region has its POTENTIAL %d, so its field enters "
+                         "nowhere. ****\n";
+      write_report(output, note, source.series_no, source.external->potential_option);
+      write_check(note, source.series_no, source.external->potential_option);
+    }
     write_report(
         output,
         "      Calculation time( load_vector_by_external_field_source_direct_current2); %15.5e (sec)  ***\n",

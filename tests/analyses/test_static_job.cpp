@@ -274,6 +274,33 @@ TEST(StaticJob, LoopOverAnIronPlateLiesBetweenTheFreeCoilAndTheHalfSpace) {
   EXPECT_GT(checked, 0);
 }
 
+// One tetrahedron with its whole boundary fixed has no unknown: the job still ends normally, with
+// the coil's own field as the answer. A coil whose POTENTIAL no region has acts nowhere, and the
+// job says so.
+TEST(StaticJob, AModelWithoutUnknownsAndACoilThatActsNowhereEndNormally) {
+  const std::string tetrahedron = "GRID,1,0,0.0,0.0,0.0\nGRID,2,0,1.0,0.0,0.0\nGRID,3,0,0.0,1.0,0.0\n"
+                                  "GRID,4,0,0.0,0.0,1.0\nCTETRA,1,1,1,2,3,4\n";
+  for (const char *material : {"1 1 0 0.0 100 0 0 0 0", "1 0 0 0.0 100 0 0 0 0"}) {
+    SCOPED_TRACE(material);
+    STATIC_DECK deck;
+    deck.materials = {material};
+    deck.coil_elements = "UNIF 1.0 0.0 0.0 0";
+    TempDir dir;
+    write_file(dir.file("input"), static_deck(deck));
+    write_file(dir.file("pre_geom.nas"), tetrahedron);
+    const BATCH_RUN run = run_batch(dir.path(), {});
+    const std::string check = read_file(dir.file("check"));
+    ASSERT_EQ(run.exit_status, 0) << check;
+    const std::array<double, 6> B = read_unv_values(dir.file("magnetic"), 56).at(1);
+    const bool carries = material[2] == '1';
+    EXPECT_EQ(B[0], carries ? 1.0 : 0.0);
+    EXPECT_EQ(
+        check.find("**** COIL source series 1: no region has its POTENTIAL 1, so its field enters nowhere. "
+                   "****\n") == std::string::npos,
+        carries);
+  }
+}
+
 // What the post stage reports of a run's steps: from the first step heading to the end of the
 // stage, without the lines that carry times.
 std::string step_reports(const std::string &output) {
