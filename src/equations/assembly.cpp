@@ -7,6 +7,7 @@
 #include "job/memory.hpp"
 #include "materials/material_tables.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -155,10 +156,13 @@ double *scatter_file(const MATRIX_PROFILE &profile, const MESHED_MODEL &first_pa
 
 } // namespace
 
-MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
-                                    const double *velocities) {
-  PROFILE_LISTS *lists = make_profile_lists(no_unknowns);
-  CONNECTION_VECTOR *vector = make_connection_vector(81);
+namespace {
+
+// Calls visit(vector) with the variables of every element (and of every impedance or thin
+// surface when phi is an unknown) of the chain: each pair of them is coupled.
+template <class VISIT>
+void for_each_connection(const MESHED_MODEL &first_part, bool a_only, const double *velocities,
+                         CONNECTION_VECTOR *vector, const VISIT &visit) {
   ROW_TERMS rows[max_element_edges + max_element_nodes];
   const std::vector<const V_ELEMENT *> elements = elements_of(first_part);
   for (std::size_t e = 0; e < elements.size(); ++e) {
@@ -174,7 +178,7 @@ MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unkno
             term.name == image)
           add_to_connection_vector(vector, term.position);
       }
-    add_connections(lists, vector);
+    visit(*vector);
   }
   // Impedance and thin conducting surfaces couple the A of their edges and the potentials of
   // their nodes.
@@ -189,12 +193,48 @@ MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unkno
         if (i < edges ? is_edge_kind(term.name) : is_node_kind(term.name))
           add_to_connection_vector(vector, term.position);
       }
-    add_connections(lists, vector);
+    visit(*vector);
+  }
+}
+
+} // namespace
+
+MATRIX_PROFILE *build_model_profile(const MESHED_MODEL &first_part, int no_unknowns, int type, bool a_only,
+                                    const double *velocities) {
+  // The lower columns of each row are gathered in two passes over the elements (count, then
+  // fill, repeats included), then sorted and made unique row by row: the pattern that sorted
+  // insertion into per-row lists gives, at a fraction of its cost on large unstructured meshes.
+  const auto n = static_cast<std::uint64_t>(no_unknowns);
+  auto *row_starts = static_cast<std::int64_t *>(calloc_named(n + 1, sizeof(std::int64_t), "row_starts"));
+  int *row_lengths = calloc_int(n + 1, "row_lengths");
+  CONNECTION_VECTOR *vector = make_connection_vector(81);
+  for_each_connection(first_part, a_only, velocities, vector, [&](const CONNECTION_VECTOR &v) {
+    for (int a = 0; a < v.no_elements; ++a)
+      for (int b = 0; b < v.no_elements; ++b)
+        if (v.v[a] > v.v[b]) ++row_starts[v.v[a]];
+  });
+  for (std::uint64_t r = 0; r < n; ++r) row_starts[r + 1] += row_starts[r];
+  int *columns = calloc_int(static_cast<std::uint64_t>(row_starts[n]) + 1, "columns in build_model_profile");
+  for_each_connection(first_part, a_only, velocities, vector, [&](const CONNECTION_VECTOR &v) {
+    for (int a = 0; a < v.no_elements; ++a)
+      for (int b = 0; b < v.no_elements; ++b)
+        if (v.v[a] > v.v[b]) {
+          const int row = v.v[a] - 1;
+          columns[row_starts[row] + row_lengths[row]++] = v.v[b];
+        }
+  });
+  free_connection_vector(&vector);
+  for (std::uint64_t r = 0; r < n; ++r) {
+    int *first = columns + row_starts[r];
+    int *last = first + row_lengths[r];
+    std::sort(first, last);
+    row_lengths[r] = static_cast<int>(std::unique(first, last) - first);
   }
   MATRIX_PROFILE *profile = make_matrix_profile(no_unknowns, type);
-  build_profile(profile, lists);
-  free_connection_vector(&vector);
-  free_profile_lists(&lists);
+  build_profile_from_rows(profile, row_starts, row_lengths, columns);
+  free_named(columns, "columns in build_model_profile");
+  free_named(row_lengths, "row_lengths");
+  free_named(row_starts, "row_starts");
   return profile;
 }
 

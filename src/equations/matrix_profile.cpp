@@ -83,40 +83,54 @@ void add_connections(PROFILE_LISTS *lists, const CONNECTION_VECTOR *vector) {
         insert_sorted(lists->store, &lists->heads[vector->v[a] - 1], vector->v[b]);
 }
 
-// Row lengths and row_head_pointers of the profile's type from the lists.
-static void count_profile_rows(MATRIX_PROFILE *profile, const PROFILE_LISTS *lists) {
+namespace {
+
+// Row lengths, row_head_pointers and index of the profile's type from strictly lower columns
+// given row by row, ascending, by `columns_of(row, visit)`. A row's own lower columns come first,
+// then its diagonal, then (full pattern) the mirror entries of later rows, which arrive in
+// ascending row order: every type comes out ascending.
+template <class COLUMNS> void fill_profile(MATRIX_PROFILE *profile, const COLUMNS &columns_of) {
   const int n = profile->dimension;
   const int with_diagonal = profile->type != profile_strictly_lower ? 1 : 0;
   for (int row = 0; row < n; ++row) {
-    for (const SORTED_CELL *cell = lists->heads[row]; cell; cell = cell->next) {
+    columns_of(row, [&](int column) {
       ++profile->no_elements_in_row[row];
-      if (profile->type == profile_full) ++profile->no_elements_in_row[cell->value - 1];
-    }
+      if (profile->type == profile_full) ++profile->no_elements_in_row[column - 1];
+    });
     profile->no_elements_in_row[row] += with_diagonal;
   }
   profile->row_head_pointers[0] = 0;
   for (int row = 0; row < n; ++row)
     profile->row_head_pointers[row + 1] = profile->row_head_pointers[row] + profile->no_elements_in_row[row];
   profile->size = profile->row_head_pointers[n];
-}
-
-void build_profile(MATRIX_PROFILE *profile, const PROFILE_LISTS *lists) {
-  const int n = profile->dimension;
-  count_profile_rows(profile, lists);
   free_named(profile->index, "profile->index");
   profile->index = calloc_int(static_cast<std::uint64_t>(profile->size), "profile->index");
-  // Fill: a row's own lower columns ascending, then its diagonal, then (full pattern) the mirror
-  // entries of later rows, which arrive in ascending row order. Every type comes out ascending.
   int *fill = calloc_int(static_cast<std::uint64_t>(n) + 1, "work in build_profile");
   for (int row = 0; row < n; ++row) fill[row] = profile->row_head_pointers[row];
   for (int row = 0; row < n; ++row) {
-    for (const SORTED_CELL *cell = lists->heads[row]; cell; cell = cell->next) {
-      profile->index[fill[row]++] = cell->value;
-      if (profile->type == profile_full) profile->index[fill[cell->value - 1]++] = row + 1;
-    }
+    columns_of(row, [&](int column) {
+      profile->index[fill[row]++] = column;
+      if (profile->type == profile_full) profile->index[fill[column - 1]++] = row + 1;
+    });
     if (profile->type != profile_strictly_lower) profile->index[fill[row]++] = row + 1;
   }
   free_named(fill, "work in build_profile");
+}
+
+} // namespace
+
+void build_profile(MATRIX_PROFILE *profile, const PROFILE_LISTS *lists) {
+  fill_profile(profile, [lists](int row, auto &&visit) {
+    for (const SORTED_CELL *cell = lists->heads[row]; cell; cell = cell->next) visit(cell->value);
+  });
+}
+
+void build_profile_from_rows(MATRIX_PROFILE *profile, const std::int64_t *row_starts, const int *row_lengths,
+                             const int *columns) {
+  fill_profile(profile, [&](int row, auto &&visit) {
+    const int *column = columns + row_starts[row];
+    for (int k = 0; k < row_lengths[row]; ++k) visit(column[k]);
+  });
 }
 
 void write_matrix_profile(FFILE *file, const MATRIX_PROFILE *profile) {

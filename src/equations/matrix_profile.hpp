@@ -67,6 +67,10 @@ void add_connections(PROFILE_LISTS *lists, const CONNECTION_VECTOR *vector);
 // Fills profile (made with make_matrix_profile for lists->dimension rows) from the lists: the
 // row counts, row_head_pointers and index (tag "profile->index") of its type.
 void build_profile(MATRIX_PROFILE *profile, const PROFILE_LISTS *lists);
+// The same from rows given as arrays: row r's strictly lower columns (1-based, ascending, no
+// repeats) are columns[row_starts[r] .. row_starts[r] + row_lengths[r]).
+void build_profile_from_rows(MATRIX_PROFILE *profile, const std::int64_t *row_starts, const int *row_lengths,
+                             const int *columns);
 
 // File form: dimension, size, row_head_pointers (dimension+1 words), index (size words).
 void write_matrix_profile(FFILE *file, const MATRIX_PROFILE *profile);

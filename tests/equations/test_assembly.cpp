@@ -19,7 +19,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <random>
 
 using namespace tesmora;
@@ -254,6 +256,56 @@ TEST_F(Assembly, GmshBoxOfTetrahedra) {
   // Round-off of sums of a few dozen terms.
   expect_gradient_kernel_and_element_energies(model, *profile, h, no_unknowns, options, 9, 1e-9);
   free_named(h, "h_matrix");
+}
+
+// The model's profile, gathered row by row and sorted, is the pattern that sorted insertion into
+// per-row lists gives, for the lower and the full types, on an unstructured Gmsh mesh whose
+// unknowns are shuffled so that rows are met in no order.
+TEST_F(Assembly, ModelProfileIsThePatternOfTheElementsConnections) {
+  materials("20 0 0\n" + [] {
+    std::string cards;
+    for (int mat = 1; mat <= 20; ++mat) cards += std::to_string(mat) + " 0 0 0 1 0 0 0 0\n";
+    return cards;
+  }());
+  write_file(files.dir().file("pre_geom.nas"),
+             read_file(std::string(TESMORA_SOURCE_DIR) + "/tests/data/mesh/tet_free.bdf"));
+  convert_mesh("pre_geom", 3);
+  FFILE *file = files.open_card_text("pre_geom", read_file(files.dir().file("pre_geom")));
+  read_pre_geom(model, file, 0, 0,
+                MESH_READ_SETTINGS{.unit_factor = 1.0, .node_order = 1, .edge_order = 1, .quad_tri = 0});
+  number_model(-1);
+  std::vector<int> shuffle(static_cast<std::size_t>(no_unknowns));
+  std::iota(shuffle.begin(), shuffle.end(), 1);
+  std::mt19937 random(11);
+  std::shuffle(shuffle.begin(), shuffle.end(), random);
+  for (int e = 0; e < model.no_edges; ++e)
+    for (int k = 0; model.edges[e].potentials && k < model.edges[e].potentials->no_terms; ++k) {
+      int &position = model.edges[e].potentials->terms[k].position;
+      position = shuffle[static_cast<std::size_t>(position - 1)];
+    }
+  PROFILE_LISTS *lists = make_profile_lists(no_unknowns);
+  CONNECTION_VECTOR *vector = make_connection_vector(8);
+  for (int k = 0; k < model.no_v_elements; ++k) {
+    clear_connection_vector(vector);
+    for (int i = 0; i < model.v_elements[k].type->no_edges; ++i)
+      if (const POTENTIAL_TERMS *t = model.v_elements[k].edges[i]->potentials)
+        for (int j = 0; j < t->no_terms; ++j) add_to_connection_vector(vector, t->terms[j].position);
+    add_connections(lists, vector);
+  }
+  for (const int type : {profile_lower_with_diagonal, profile_full}) {
+    SCOPED_TRACE(type);
+    MATRIX_PROFILE *expected = make_matrix_profile(no_unknowns, type);
+    build_profile(expected, lists);
+    MATRIX_PROFILE *built = build_model_profile(model, no_unknowns, type, true);
+    ASSERT_EQ(built->size, expected->size);
+    EXPECT_TRUE(std::equal(built->row_head_pointers, built->row_head_pointers + no_unknowns + 1,
+                           expected->row_head_pointers));
+    EXPECT_TRUE(std::equal(built->index, built->index + built->size, expected->index));
+    free_matrix_profile(&expected);
+    free_matrix_profile(&built);
+  }
+  free_connection_vector(&vector);
+  free_profile_lists(&lists);
 }
 
 TEST_F(Assembly, GivenCurrentEdgesGoToCouplingAndMutual) {
