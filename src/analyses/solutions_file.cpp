@@ -8,10 +8,6 @@
 namespace tesmora {
 namespace {
 
-void write_word(FFILE *file, std::int32_t word) { write_blocks(&word, sizeof word, 1, file); }
-
-bool read_word(FFILE *file, std::int32_t &word) { return read_blocks(&word, sizeof word, 1, file) == 1; }
-
 void write_variable_list(FFILE *file, std::int32_t type, std::int32_t id, const POTENTIAL_TERMS *terms) {
   write_word(file, type);
   write_word(file, id);

@@ -20,6 +20,13 @@ int write_blocks(const void *data, std::uint64_t item_size, std::uint64_t count,
 // came from the buffer; 0 at end of file; -1 for a request of zero bytes.
 int read_blocks(void *data, std::uint64_t item_size, std::uint64_t count, FFILE *ffile);
 
+// One 32-bit word, the unit of the binary files' counts and flags; read_word is false at the end
+// of the file.
+inline int write_word(FFILE *ffile, std::int32_t word) { return write_blocks(&word, sizeof word, 1, ffile); }
+inline bool read_word(FFILE *ffile, std::int32_t &word) {
+  return read_blocks(&word, sizeof word, 1, ffile) == 1;
+}
+
 // Seeks. Without a buffer this is fseek. With one only a forward skip from the present position
 // is possible; returns -1 when the file ends during the skip, and stops the job with
 // "**** Error in blocked_fseek ***" when the file has nothing at all to give.

@@ -75,15 +75,10 @@ void packed_product(const double *packed, int n, const double *a, double *y) {
   }
 }
 
-void write_int(FFILE *file, int value) {
-  const std::int32_t word = value;
-  write_blocks(&word, sizeof word, 1, file);
-}
-
+// A count or flag of the file; -1 at its end.
 int read_int(FFILE *file) {
   std::int32_t word = 0;
-  if (read_blocks(&word, sizeof word, 1, file) != 1) return -1;
-  return word;
+  return read_word(file, word) ? word : -1;
 }
 
 [[noreturn]] void stop_at_bad_source_file() {
@@ -97,12 +92,6 @@ int chain_edge_count(const MESHED_MODEL &first_part) {
   int count = 0;
   for (const MESHED_MODEL *part = &first_part; part; part = part->next) count += part->no_edges;
   return count;
-}
-
-int chain_edge_index(const MESHED_MODEL &first_part, const MESHED_MODEL &part, const EDGE *edge) {
-  int offset = 0;
-  for (const MESHED_MODEL *p = &first_part; p && p != &part; p = p->next) offset += p->no_edges;
-  return offset + static_cast<int>(edge - part.edges);
 }
 
 void external_field_source_A_on_edges(FIELD_SOURCE &source, const MESHED_MODEL &first_part,
@@ -241,23 +230,23 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
 
 void save_sources(FFILE *file, int no_edges) {
   const FIELD_SOURCES &sources = field_sources();
-  write_int(file, sources.no_sources);
+  write_word(file, sources.no_sources);
   for (int s = 0; s < sources.no_sources; ++s) {
     const FIELD_SOURCE &source = sources.data[s];
-    write_int(file, source.series_no);
-    write_int(file, source.source_vector ? 1 : 0);
+    write_word(file, source.series_no);
+    write_word(file, source.source_vector ? 1 : 0);
     if (source.source_vector) write_sparse_vector(file, source.source_vector);
     if (source.type == source_coil) {
-      write_int(file, source.A_source ? 1 : 0);
+      write_word(file, source.A_source ? 1 : 0);
       if (source.A_source)
         write_blocks(source.A_source, sizeof(double), static_cast<std::uint64_t>(no_edges), file);
     }
   }
   const std::uint64_t n = static_cast<std::uint64_t>(sources.no_sources);
   if (n == 0) return;
-  write_int(file, sources.resistances ? 1 : 0);
+  write_word(file, sources.resistances ? 1 : 0);
   if (sources.resistances) write_blocks(sources.resistances, sizeof(double), n, file);
-  write_int(file, sources.inductances ? 1 : 0);
+  write_word(file, sources.inductances ? 1 : 0);
   if (sources.inductances) write_blocks(sources.inductances, sizeof(double), n * n, file);
 }
 

@@ -10,13 +10,11 @@
 namespace tesmora {
 
 struct MESHED_MODEL;
-struct EDGE;
 struct FIELD_SOURCE;
 struct COIL_EVALUATION;
 
-// Edges of the chain counted over all mesh parts, and the chain index of an edge of a part.
+// Edges of the chain counted over all mesh parts (the length of A_source).
 int chain_edge_count(const MESHED_MODEL &first_part);
-int chain_edge_index(const MESHED_MODEL &first_part, const MESHED_MODEL &part, const EDGE *edge);
 
 // Whether the elements of a material region with these potential bits carry the field of a coil
 // whose POTENTIAL option is `coil_potential`.
