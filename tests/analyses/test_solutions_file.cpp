@@ -34,12 +34,7 @@ protected:
       read_material_cards(files.open_card_text("materials", "1 0 0\n1 0 0 0 1 0 0 0 0\n"), 1);
     have_materials = true;
     model = MESH_BUILDER::tetrahedra(2, 0.5).build();
-    BOUNDARY_DATA boundary;
-    boundary.far_boundary_condition = 1;
-    make_model(model, boundary, -1, false);
-    VARIABLE_OPTIONS variables;
-    variables.far_boundary_condition = 1;
-    no_unknowns = make_variables(model, variables);
+    no_unknowns = number_natural_model(model);
   }
   void TearDown() override {
     free_model_arrays(model);

@@ -47,16 +47,8 @@ protected:
     read_material_cards(files.open_card_text("materials", cards), 1);
     have_materials = true;
   }
-  // Makes the model of `model` with a natural boundary and the given tree (-1: none, so every
-  // edge is an unknown) and numbers its unknowns.
   void number_model(int tree_gauge = -1, bool uses_phi = false) {
-    BOUNDARY_DATA boundary;
-    boundary.far_boundary_condition = 1;
-    make_model(model, boundary, tree_gauge, false);
-    VARIABLE_OPTIONS variables;
-    variables.far_boundary_condition = 1;
-    variables.uses_phi = uses_phi;
-    no_unknowns = make_variables(model, variables);
+    no_unknowns = number_natural_model(model, tree_gauge, uses_phi);
   }
   // A model with every edge free (no tree, natural boundary), its element files and profile.
   void make(const MESH_BUILDER &builder, bool a_only) {

@@ -2,6 +2,9 @@
 #include "mesh/mesh_builder.hpp"
 
 #include "job/memory.hpp"
+#include "mesh/boundary.hpp"
+#include "mesh/model_building.hpp"
+#include "mesh/potentials.hpp"
 
 #include <cmath>
 
@@ -155,6 +158,16 @@ MESH_BUILDER MESH_BUILDER::pyramids(int n, double h) {
           }
       }
   return b;
+}
+
+int number_natural_model(MESHED_MODEL &model, int tree_gauge, bool uses_phi) {
+  BOUNDARY_DATA boundary;
+  boundary.far_boundary_condition = 1;
+  make_model(model, boundary, tree_gauge, false);
+  VARIABLE_OPTIONS variables;
+  variables.far_boundary_condition = 1;
+  variables.uses_phi = uses_phi;
+  return make_variables(model, variables);
 }
 
 } // namespace tesmora::testing

@@ -39,4 +39,9 @@ private:
   std::vector<ELEMENT> elements_;
 };
 
+// Makes the model (edges, surfaces, flags; materials must be read) with a natural boundary and
+// the given tree (-1: none, so every edge is an unknown) and numbers its unknowns; returns their
+// count.
+int number_natural_model(MESHED_MODEL &model, int tree_gauge = -1, bool uses_phi = false);
+
 } // namespace tesmora::testing

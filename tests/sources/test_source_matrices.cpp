@@ -48,12 +48,7 @@ protected:
                   B0[2]);
     read_source_section(files.open_card_text("sources", cards), 1);
     model = MESH_BUILDER::tetrahedra(2, 0.5).build();
-    BOUNDARY_DATA boundary;
-    boundary.far_boundary_condition = 1;
-    make_model(model, boundary, -1, false);
-    VARIABLE_OPTIONS variables;
-    variables.far_boundary_condition = 1;
-    no_unknowns = make_variables(model, variables);
+    no_unknowns = number_natural_model(model);
     make_source_matrices(model, no_unknowns);
   }
   void TearDown() override {
