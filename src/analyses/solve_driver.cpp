@@ -21,11 +21,6 @@
 namespace tesmora {
 namespace {
 
-[[noreturn]] void stop_at_unavailable_analysis(const char *work) {
-  write_fault("**** The %s is not part of this build of the program. Job is stopped. ****\n", work);
-  stop_job(1);
-}
-
 // The solver code of the equation: an asymmetric system takes the asymmetric sibling of the
 // symmetric method asked for.
 int equation_solver(int solver, int asymmetric) {
@@ -200,15 +195,16 @@ int restore_model_variables(MESHED_MODEL &first_part) {
 
 void solve_equation_stage(MESHED_MODEL &first_part) {
   const CONTROL_DATA &control = control_data();
-  if (control.is_transient) stop_at_unavailable_analysis("transient analysis");
-  if (control.ac_mode) stop_at_unavailable_analysis("AC analysis");
-  if (control.non_linear) stop_at_unavailable_analysis("nonlinear iteration");
-  if (control.electric_kind || control.is_thermal) stop_at_unavailable_analysis("scalar-potential analysis");
-  if (control.moving) stop_at_unavailable_analysis("motion analysis");
-  if (control.steady_current) stop_at_unavailable_analysis("steady-current analysis");
+  if (control.is_transient) stop_at_unbuilt(UNBUILT::work, "transient analysis");
+  if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC analysis");
+  if (control.non_linear) stop_at_unbuilt(UNBUILT::work, "nonlinear iteration");
+  if (control.electric_kind || control.is_thermal)
+    stop_at_unbuilt(UNBUILT::work, "scalar-potential analysis");
+  if (control.moving) stop_at_unbuilt(UNBUILT::work, "motion analysis");
+  if (control.steady_current) stop_at_unbuilt(UNBUILT::work, "steady-current analysis");
   // The boundary-element terms of an open far boundary have no matrix in this build.
   if (boundary_data().far_boundary_condition == 2)
-    stop_at_unavailable_analysis("far boundary of boundary-element terms");
+    stop_at_unbuilt(UNBUILT::work, "far boundary of boundary-element terms");
   if (!control.MAKE_SYSTEM_MATRICES) restore_model_variables(first_part);
 
   // The sources' load columns made by the matrix stage.

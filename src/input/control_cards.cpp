@@ -311,9 +311,4 @@ void read_solver_cards(FFILE *file, CONTROL_DATA &control, SOLVER_SETTINGS &solv
   read_initial_card(file, control);
 }
 
-void stop_at_unavailable_section(const char *section) {
-  write_fault("**** The %s data can't be read by this build of the program. Job is stopped. ****\n", section);
-  stop_job(1);
-}
-
 } // namespace tesmora

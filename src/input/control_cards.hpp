@@ -22,7 +22,4 @@ void read_output_cards(FFILE *file, CONTROL_DATA &control);
 // The geometry card.
 void read_geometry_card(FFILE *file, CONTROL_DATA &control);
 
-// Stops a job whose input reaches a section that this build can't read yet, naming it.
-[[noreturn]] void stop_at_unavailable_section(const char *section);
-
 } // namespace tesmora

@@ -9,6 +9,7 @@
 #include "input/regular_mesh.hpp"
 #include "input/time_evolution.hpp"
 #include "job/ffile.hpp"
+#include "job/report.hpp"
 #include "job/run_files.hpp"
 #include "materials/bh_curve.hpp"
 #include "materials/material_tables.hpp"
@@ -41,7 +42,7 @@ bool has_motion(const CONTROL_DATA &c) { return c.moving != 0; }
 bool has_sigma_curves(const CONTROL_DATA &c) { return c.TEMP_DEPEND != 0; }
 
 void read_unavailable(FFILE *, CONTROL_DATA &, const INPUT_SECTION &section) {
-  stop_at_unavailable_section(section.name);
+  stop_at_unbuilt(UNBUILT::input_data, section.name);
 }
 
 void read_coordinate_section(FFILE *input, CONTROL_DATA &control, const INPUT_SECTION &) {

@@ -184,11 +184,11 @@ void read_print_cards(FFILE *file, CONTROL_DATA &c) {
 // The sections that the output selections call for, in their order.
 void read_selected_output_sections(const CONTROL_DATA &c) {
   const PRINT_SELECTION &p = c.print;
-  if (p.MAG_FLUX) stop_at_unavailable_section("flux loop");
-  if (p.CUR_FLUX) stop_at_unavailable_section("current surface");
-  if (p.b_integration || c.post.COIL_FORCE) stop_at_unavailable_section("B integration point");
-  if (p.FORCE_NODAL == 2) stop_at_unavailable_section("nodal force region");
-  if (p.IRON_LOSS == 1) stop_at_unavailable_section("iron loss");
+  if (p.MAG_FLUX) stop_at_unbuilt(UNBUILT::input_data, "flux loop");
+  if (p.CUR_FLUX) stop_at_unbuilt(UNBUILT::input_data, "current surface");
+  if (p.b_integration || c.post.COIL_FORCE) stop_at_unbuilt(UNBUILT::input_data, "B integration point");
+  if (p.FORCE_NODAL == 2) stop_at_unbuilt(UNBUILT::input_data, "nodal force region");
+  if (p.IRON_LOSS == 1) stop_at_unbuilt(UNBUILT::input_data, "iron loss");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // frequency and phases of an AC job.
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
+#include "job/report.hpp"
 
 #include <cstdlib>
 #include <numbers>
@@ -46,7 +47,7 @@ void read_step_cards(FFILE *file, CONTROL_DATA &c) {
     t.total_steps += v[0];
   }
   if (tp.exists && (tp.tp_eec_option < 0 || tp.tp_eec_option == 3))
-    stop_at_unavailable_section("time-periodic correction");
+    stop_at_unbuilt(UNBUILT::input_data, "time-periodic correction");
   read_output_step_cards(file, c);
 }
 

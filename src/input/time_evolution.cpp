@@ -3,7 +3,6 @@
 
 #include "analyses/mechanical_system.hpp"
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data_writable.hpp"
 #include "input/expression_parser.hpp"
 #include "job/memory.hpp"
@@ -119,7 +118,7 @@ void read_time_evolutions(FFILE *file) {
   int *v = card_scratch().card_ints;
   read_card(file, "%d %d", "* NO_DATA *\n", &v[0], &v[1]);
   if (v[0] < 1) card_error(file);
-  if (v[1] != 0) stop_at_unavailable_section("external field time table");
+  if (v[1] != 0) stop_at_unbuilt(UNBUILT::input_data, "external field time table");
   const int count = v[0];
   the_time_evolutions.no_psim_evolutions = 0;
   the_time_evolutions.no_psim_outputs = 0;

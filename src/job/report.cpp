@@ -52,4 +52,12 @@ void stop_job(int status) {
   std::exit(status);
 }
 
+void stop_at_unbuilt(UNBUILT kind, const char *name) {
+  if (kind == UNBUILT::work)
+    write_fault("**** The %s is not part of this build of the program. Job is stopped. ****\n", name);
+  else
+    write_fault("**** The %s data can't be read by this build of the program. Job is stopped. ****\n", name);
+  stop_job(1);
+}
+
 } // namespace tesmora

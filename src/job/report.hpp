@@ -21,4 +21,14 @@ namespace tesmora {
 // exits with the status (-1 after a signal, which the shell sees as 255). Frees nothing.
 [[noreturn]] void stop_job(int status);
 
+// What a job can ask for that this build of the program doesn't have yet.
+enum class UNBUILT {
+  work,       // a stage, analysis or output: "The %s is not part of this build of the program."
+  input_data, // an input section or card value: "The %s data can't be read by this build ..."
+};
+
+// Stops a job that asks for something this build lacks, naming it, rather than let it end as if
+// it had computed it: the message goes to the stderr and check files, then stop_job(1).
+[[noreturn]] void stop_at_unbuilt(UNBUILT kind, const char *name);
+
 } // namespace tesmora

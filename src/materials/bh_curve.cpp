@@ -2,7 +2,6 @@
 #include "materials/bh_curve.hpp"
 
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data.hpp"
 #include "job/memory.hpp"
 #include "job/report.hpp"
@@ -107,10 +106,11 @@ void read_b_h_curves(FFILE *file) {
     all.curves = static_cast<B_H_CURVE *>(
         calloc_named(static_cast<std::uint64_t>(all.no_curves), sizeof(B_H_CURVE), "b_h_curves"));
     for (int k = 0; k < all.no_curves; ++k) read_one_curve(file, all.curves[k]);
-    if (all.no_t_depend_curves > 0) stop_at_unavailable_section("temperature-dependent B-H curve");
-    if (all.no_2d_curves > 0) stop_at_unavailable_section("two-dimensional B-H curve");
-    if (all.no_magnet_curves > 0) stop_at_unavailable_section("magnet B-H curve");
-    if (all.no_t_depend_magnet_curves > 0) stop_at_unavailable_section("temperature-dependent magnet curve");
+    if (all.no_t_depend_curves > 0) stop_at_unbuilt(UNBUILT::input_data, "temperature-dependent B-H curve");
+    if (all.no_2d_curves > 0) stop_at_unbuilt(UNBUILT::input_data, "two-dimensional B-H curve");
+    if (all.no_magnet_curves > 0) stop_at_unbuilt(UNBUILT::input_data, "magnet B-H curve");
+    if (all.no_t_depend_magnet_curves > 0)
+      stop_at_unbuilt(UNBUILT::input_data, "temperature-dependent magnet curve");
   }
   bind_curves();
 }

@@ -2,7 +2,6 @@
 #include "materials/material_tables.hpp"
 
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data.hpp"
 #include "input/coordinates.hpp"
 #include "job/memory.hpp"
@@ -126,7 +125,8 @@ MagneticProperty *read_magnetic_property(FFILE *file, const MATERIAL_CARD &card,
     property = create_magnetic_property(card.anisotropy == 4 ? jiles_atherton_2d : play_model_2d);
     the_tables.hysteresis = 1;
   } else if (nonlinear && card.curve_id != 0 && card.anisotropy == 0) {
-    if (card.packing != 0.0 && card.packing != 1.0) stop_at_unavailable_section("packed-layer direction");
+    if (card.packing != 0.0 && card.packing != 1.0)
+      stop_at_unbuilt(UNBUILT::input_data, "packed-layer direction");
     property = create_magnetic_property(isotropic_nonlinear);
     property->curve_id = card.curve_id;
   } else if (nonlinear && card.curve_id != 0 && card.anisotropy == 2) {
@@ -193,7 +193,7 @@ void read_volume_material(FFILE *file, MAT_PROPERTY &mat, const CONTROL_DATA &co
       mat.sigma->anisotropy->z /= -card.sigma;
     }
   }
-  if (card.iron_loss != 0) stop_at_unavailable_section("iron-loss property");
+  if (card.iron_loss != 0) stop_at_unbuilt(UNBUILT::input_data, "iron-loss property");
 }
 
 void read_old_surface_material(FFILE *file, SMAT_PROPERTY &smat) {
@@ -328,9 +328,10 @@ void read_material_cards(FFILE *file, int module_flag) {
   t.smat_properties = static_cast<SMAT_PROPERTY *>(calloc_named(
       static_cast<std::uint64_t>(t.no_smat_properties), sizeof(SMAT_PROPERTY), "smat_properties"));
   if (module_flag != 1 || control.STATIC == 2 || control.STATIC == 3) {
-    if (t.no_mat_properties > 0) stop_at_unavailable_section("electrostatic material");
+    if (t.no_mat_properties > 0) stop_at_unbuilt(UNBUILT::input_data, "electrostatic material");
   }
-  if (control.STATIC == 4 && t.no_mat_properties > 0) stop_at_unavailable_section("thermal material");
+  if (control.STATIC == 4 && t.no_mat_properties > 0)
+    stop_at_unbuilt(UNBUILT::input_data, "thermal material");
   for (int k = 0; k < t.no_mat_properties; ++k) {
     t.mat_properties[k] = MAT_PROPERTY{};
     read_volume_material(file, t.mat_properties[k], control);

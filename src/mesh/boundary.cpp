@@ -2,8 +2,8 @@
 #include "mesh/boundary.hpp"
 
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data.hpp"
+#include "job/report.hpp"
 
 #include <cmath>
 
@@ -38,7 +38,7 @@ void read_cyclic_card(FFILE *file, const CONTROL_DATA &control) {
       &v[0], &v[1], &v[2], &v[3], &r[0], &v[4], &v[5], &v[6]);
   if (v[0] < 0 || v[0] > 5) card_error(file);
   the_boundary.cyclic = v[0] != 0 || v[5] != 0;
-  if (the_boundary.cyclic) stop_at_unavailable_section("cyclic symmetry");
+  if (the_boundary.cyclic) stop_at_unbuilt(UNBUILT::input_data, "cyclic symmetry");
 }
 
 } // namespace

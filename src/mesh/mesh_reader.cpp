@@ -3,7 +3,6 @@
 #include "mesh/mesh_reader.hpp"
 
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data.hpp"
 #include "job/report.hpp"
 #include "mesh/mesh_converters.hpp"
@@ -355,17 +354,17 @@ void read_mesh(MESHED_MODEL &model) {
   // Lines of the mesh file serve the sliding and the nonconformal faces.
   const int want_lines = c.sliding_motion || c.mesh_connection == 2 ? 1 : 0;
   // GEOMETRY 4 is the layered model built from a 2-D mesh.
-  if (c.GEOMETRY == 4) stop_at_unavailable_section("2-D layer");
+  if (c.GEOMETRY == 4) stop_at_unbuilt(UNBUILT::input_data, "2-D layer");
   if (c.meshless) {
     clear_mesh_counts(model);
   } else {
-    if (c.INPUT_MESH_FILE == 0) stop_at_unavailable_section("block mesh");
+    if (c.INPUT_MESH_FILE == 0) stop_at_unbuilt(UNBUILT::input_data, "block mesh");
     const char *name = "pre_geom";
     if (find_mesh_converter(c.INPUT_MESH_FILE)) convert_mesh(name, c.INPUT_MESH_FILE);
     read_mesh_file(model, name, c.INPUT_MESH_FILE, want_lines, 0, mesh_read_settings());
   }
-  if (c.sliding_motion && c.NO_MESH > 1) stop_at_unavailable_section("rotor mesh");
-  if (c.deformation) stop_at_unavailable_section("deformed mesh");
+  if (c.sliding_motion && c.NO_MESH > 1) stop_at_unbuilt(UNBUILT::input_data, "rotor mesh");
+  if (c.deformation) stop_at_unbuilt(UNBUILT::input_data, "deformed mesh");
 }
 
 } // namespace tesmora

@@ -2,7 +2,6 @@
 #include "sources/field_sources.hpp"
 
 #include "input/card_reader.hpp"
-#include "input/control_cards.hpp"
 #include "input/control_data.hpp"
 #include "input/time_evolution.hpp"
 #include "job/memory.hpp"
@@ -71,7 +70,7 @@ void read_conductor_source(FFILE *file, const char *header, const char *keyword)
   char word[card_length + 1];
   read_card(file, "%s %d %d %d", header, word, &v[0], &v[1], &v[2]);
   if (v[0] < 1 || v[1] < 1 || !is_flag(v[2])) card_error(file);
-  stop_at_unavailable_section(keyword);
+  stop_at_unbuilt(UNBUILT::input_data, keyword);
 }
 
 void read_elmcur(FFILE *file) {
@@ -80,7 +79,7 @@ void read_elmcur(FFILE *file) {
   read_card(file, "%s %d %d %d %d", "*ELMCUR  *SERIES_NO *NO_MAT_IDS *OPTION * IN_ROTOR *\n", word, &v[0],
             &v[1], &v[2], &v[3]);
   if (v[0] < 1 || v[1] < 1 || !is_flag(v[2]) || !is_flag(v[3])) card_error(file);
-  stop_at_unavailable_section("ELMCUR source");
+  stop_at_unbuilt(UNBUILT::input_data, "ELMCUR source");
 }
 
 void read_wgmode(FFILE *file) {
@@ -90,7 +89,7 @@ void read_wgmode(FFILE *file) {
             "*WGMODE  *SERIES_NO * SURFACE_MAT_ID * COORD_ID * TYPE * MATCHING *\n", word, &v[0], &v[1],
             &v[2], &v[3], &v[4]);
   if (v[0] < 1 || v[1] < 1 || v[2] < 0 || v[3] < 0 || !is_flag(v[4])) card_error(file);
-  stop_at_unavailable_section("WGMODE source");
+  stop_at_unbuilt(UNBUILT::input_data, "WGMODE source");
 }
 
 void read_magnet(FFILE *file) {
@@ -99,7 +98,7 @@ void read_magnet(FFILE *file) {
   read_card(file, "%s %d %d %d %d", "* MAGNET *  SERIES_NO * TIME_ID *  NO_DATA * INPUT_TYPE *\n", word,
             &v[0], &v[1], &v[2], &v[3]);
   if (v[0] < 1 || v[1] < 0 || v[2] < 1 || v[3] > 5) card_error(file);
-  stop_at_unavailable_section("MAGNET source");
+  stop_at_unbuilt(UNBUILT::input_data, "MAGNET source");
 }
 
 void read_sufcur(FFILE *file, const CONTROL_DATA &control) {
@@ -145,7 +144,7 @@ void read_scalar_kind(FFILE *file, const CONTROL_DATA &control, const char *keyw
                      ? "**** TEMPSUF can be used only in thermal_static calculation.****\n"
                      : "**** HEATVOL can be used only in thermal_static calculation.****\n");
   }
-  stop_at_unavailable_section(electric ? "electrostatic source" : "thermal source");
+  stop_at_unbuilt(UNBUILT::input_data, electric ? "electrostatic source" : "thermal source");
 }
 
 void read_network(FFILE *file) {
@@ -157,7 +156,7 @@ void read_network(FFILE *file) {
   const double parallel = r[1] == 0.0 ? 1.0 : r[1];
   the_sources.inv_region_parallel = 1.0 / parallel;
   the_sources.region_factor = factor * the_sources.inv_region_parallel;
-  stop_at_unavailable_section("NETWORK");
+  stop_at_unbuilt(UNBUILT::input_data, "NETWORK");
 }
 
 } // namespace
@@ -208,7 +207,7 @@ void read_source_section(FFILE *file, int /*module_flag*/) {
       read_scalar_kind(file, control, same_word(word, "TEMPSUF") ? "TEMPSUF" : "HEATVOL");
     } else if (same_word(word, "CIRCUIT")) {
       read_card(file, nullptr, "*CIRCUIT *\n");
-      stop_at_unavailable_section("CIRCUIT");
+      stop_at_unbuilt(UNBUILT::input_data, "CIRCUIT");
     } else if (same_word(word, "NETWORK")) {
       read_network(file);
     } else if (same_word(word, "END")) {
@@ -217,7 +216,7 @@ void read_source_section(FFILE *file, int /*module_flag*/) {
     } else if (same_word(word, "ITER")) {
       char name[card_length + 1] = {};
       read_card(file, "%s %s", "*ITER * FILE_NAME *\n", word, name);
-      stop_at_unavailable_section("ITER coil file");
+      stop_at_unbuilt(UNBUILT::input_data, "ITER coil file");
     } else {
       read_card(file, "%s", nullptr, word);
       card_error(file);

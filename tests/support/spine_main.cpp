@@ -2,9 +2,9 @@
 // opened and closed but whose cards are not read, and the four stage switches off. It tests
 // whole runs of the driver's frame apart from the input and the stages' work.
 #include "input/control_data_writable.hpp"
-#include "job/driver.hpp"
 #include "job/ffile.hpp"
 #include "job/run_files.hpp"
+#include "run/driver.hpp"
 
 int main(int argc, char **argv) {
   using namespace tesmora;

@@ -1,10 +1,12 @@
 // The ".ksw" mesh form. Its layout isn't known to this build, so the converter stops the job
 // with a message that names it instead of guessing at one.
-#include "input/control_cards.hpp"
+#include "job/report.hpp"
 #include "mesh/mesh_converters.hpp"
 
 namespace tesmora {
 
-void convert_ksw(const char *, const char *, CONVERT_FAULT &) { stop_at_unavailable_section("ksw mesh"); }
+void convert_ksw(const char *, const char *, CONVERT_FAULT &) {
+  stop_at_unbuilt(UNBUILT::input_data, "ksw mesh");
+}
 
 } // namespace tesmora

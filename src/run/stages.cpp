@@ -1,5 +1,5 @@
 // The stage functions of the driver. Each subsystem hangs its work on the step of its stage.
-#include "job/stages.hpp"
+#include "run/stages.hpp"
 
 #include "analyses/solutions_file.hpp"
 #include "analyses/solve_driver.hpp"
@@ -31,13 +31,6 @@
 
 namespace tesmora {
 namespace {
-
-// A stage whose work this build can't do yet stops the job rather than end it as if it had
-// computed something.
-[[noreturn]] void stop_at_unavailable_stage(const char *work) {
-  write_fault("**** The %s is not part of this build of the program. Job is stopped. ****\n", work);
-  stop_job(1);
-}
 
 // What the element matrices and the numbering take from the potential mode of the job.
 bool job_a_only(const CONTROL_DATA &c) { return c.POTENTIAL <= 1; }
@@ -231,8 +224,8 @@ void solve_equation() {
 void post_processing() {
   const CONTROL_DATA &control = control_data();
   if (control.POST_PROCESSING == 0) return;
-  if (control.ac_mode) stop_at_unavailable_stage("AC post-processing");
-  if (control.AVERAGE) stop_at_unavailable_stage("averaging over a period");
+  if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC post-processing");
+  if (control.AVERAGE) stop_at_unbuilt(UNBUILT::work, "averaging over a period");
   MESHED_MODEL &model = global_model();
   // The post stage reads the unknowns through the numbering the matrix stage made.
   if (!control.MAKE_SYSTEM_MATRICES && !control.SOLVE_EQUATION) restore_model_variables(model);

@@ -1,5 +1,5 @@
 // Opening of the run files of a job and the banner of its report.
-#include "job/job_start.hpp"
+#include "run/job_start.hpp"
 
 #include "job/job_options.hpp"
 #include "job/release.hpp"

@@ -1,19 +1,19 @@
 // The job driver: main's sequence, the signal handler and the end of a job.
-#include "job/driver.hpp"
+#include "run/driver.hpp"
 
 #include "input/control_data.hpp"
 #include "job/cpu_times.hpp"
 #include "job/job_options.hpp"
 #include "job/job_options_writable.hpp"
-#include "job/job_start.hpp"
 #include "job/memory.hpp"
 #include "job/release.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
 #include "job/run_log.hpp"
-#include "job/stages.hpp"
 #include "mesh/gauss.hpp"
 #include "results/json_report.hpp"
+#include "run/job_start.hpp"
+#include "run/stages.hpp"
 
 #include <csignal>
 #include <cstdio>

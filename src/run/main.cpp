@@ -1,4 +1,4 @@
 // TesmoraBatch: the console front of the solver. One run is one job.
-#include "job/driver.hpp"
+#include "run/driver.hpp"
 
 int main(int argc, char **argv) { return tesmora::run_job(argc, argv); }
