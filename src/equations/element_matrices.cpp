@@ -124,7 +124,7 @@ void element_matrices(const V_ELEMENT &element, const ELEMENT_MATRIX_OPTIONS &op
     }
   }
   // A bad element is reported by the element check, which stops the job.
-  if (!(volume > 0.0)) check_element_volume(element.id, element.mat_id, type, xyz, node_ids);
+  if (!(volume > 0.0)) check_element_volume(element.id, element.mat_id, type, xyz, node_ids, scratch);
   out.volume = volume;
 }
 

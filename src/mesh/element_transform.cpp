@@ -9,8 +9,6 @@
 namespace tesmora {
 namespace {
 
-TRANSFORM_SCRATCH run_scratch;
-
 // det J by the rule of Sarrus.
 double sarrus(const double (*j)[3]) {
   return j[0][0] * j[1][1] * j[2][2] + j[0][1] * j[1][2] * j[2][0] + j[0][2] * j[1][0] * j[2][1] -
@@ -43,8 +41,6 @@ void form_jacobian(int no_nodes, const double (*xyz)[3], const double (*derivati
     }
 }
 
-TRANSFORM_SCRATCH &run_transform_scratch() { return run_scratch; }
-
 double element_transform(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
                          double zeta, double (*inverse)[3], TRANSFORM_SCRATCH &scratch) {
   type.shape_derivatives(xi, eta, zeta, scratch.derivatives);
@@ -52,11 +48,6 @@ double element_transform(const V_ELEMENT_TYPE &type, const double (*xyz)[3], dou
   scratch.jacobian = sarrus(scratch.jacobian_matrix);
   invert(scratch.jacobian_matrix, scratch.jacobian, inverse);
   return scratch.jacobian;
-}
-
-double element_transform(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
-                         double zeta, double (*inverse)[3]) {
-  return element_transform(type, xyz, xi, eta, zeta, inverse, run_scratch);
 }
 
 double element_transform_nodes(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
@@ -86,11 +77,6 @@ void element_point(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi
   }
 }
 
-void element_point(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta, double zeta,
-                   double *out) {
-  element_point(type, xyz, xi, eta, zeta, out, run_scratch);
-}
-
 void real_vector_at(int count, const double (*vectors)[3], const double (*matrix)[3], double (*out)[3]) {
   for (int i = 0; i < count; ++i)
     for (int k = 0; k < 3; ++k)
@@ -108,11 +94,11 @@ double element_volume(const V_ELEMENT_TYPE &type, const double (*xyz)[3], const 
 }
 
 double check_element_volume(int element_no, int material_id, const V_ELEMENT_TYPE &type,
-                            const double (*xyz)[3], const int *node_ids) {
-  const double volume = element_volume(type, xyz, gauss_points(type.gauss), run_scratch);
+                            const double (*xyz)[3], const int *node_ids, TRANSFORM_SCRATCH &scratch) {
+  const double volume = element_volume(type, xyz, gauss_points(type.gauss), scratch);
   if (volume > 0.0) return volume;
   double centre[3];
-  element_point(type, xyz, type.center[0], type.center[1], type.center[2], centre);
+  element_point(type, xyz, type.center[0], type.center[1], type.center[2], centre, scratch);
   const char *what = volume < 0.0 ? "negative" : "zero";
   std::FILE *report = run_files().print_out ? run_files().print_out->stream : nullptr;
   char message[256];

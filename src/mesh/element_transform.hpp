@@ -1,9 +1,8 @@
 // The map from an element's reference coordinates to real space: Jacobian, its inverse, real
 // points and gradients, the element volume and the volume check before assembly.
 //
-// Every operation takes its scratch as an argument, so the parallel assembly can give each
-// thread its own TRANSFORM_SCRATCH. The forms without a scratch argument are the serial ones:
-// they use the run-wide scratch, whose `jacobian` is the run-wide value of the last call.
+// Every operation takes its scratch as an argument, so that each thread of a parallel loop works
+// on its own TRANSFORM_SCRATCH; there is no shared fallback.
 #pragma once
 
 #include "mesh/element_catalogue.hpp"
@@ -24,16 +23,11 @@ struct TRANSFORM_SCRATCH {
   JACOBIAN_FUNCTION jacobian_function = form_jacobian; // replaceable J routine
 };
 
-// The run-wide scratch of the serial forms.
-TRANSFORM_SCRATCH &run_transform_scratch();
-
 // xyz holds the element's node coordinates, one row per local node (no_nodes rows, in m).
 // Returns det J and fills `inverse`, whose row i is the real-space gradient of reference
 // coordinate i (the g of the edge functions).
 double element_transform(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
                          double zeta, double (*inverse)[3], TRANSFORM_SCRATCH &scratch);
-double element_transform(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
-                         double zeta, double (*inverse)[3]);
 // The same, and the real-space gradients of the shape functions (no_nodes rows).
 double element_transform_nodes(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta,
                                double zeta, double (*inverse)[3], double (*node_gradients)[3],
@@ -46,8 +40,6 @@ double element_transform_edges(const V_ELEMENT_TYPE &type, const double (*xyz)[3
 // Real coordinates of a reference point, through coordinate_function.
 void element_point(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta, double zeta,
                    double *out, TRANSFORM_SCRATCH &scratch);
-void element_point(const V_ELEMENT_TYPE &type, const double (*xyz)[3], double xi, double eta, double zeta,
-                   double *out);
 
 // out_i = v_i M for `count` 3-vectors (rows of `vectors`) and a 3 x 3 matrix.
 void real_vector_at(int count, const double (*vectors)[3], const double (*matrix)[3], double (*out)[3]);
@@ -61,6 +53,6 @@ double element_volume(const V_ELEMENT_TYPE &type, const double (*xyz)[3], const 
 // a volume of exactly 0 with "... is zero ...", each followed by " Node IDs =" and the node ids.
 // Returns the volume when it is positive.
 double check_element_volume(int element_no, int material_id, const V_ELEMENT_TYPE &type,
-                            const double (*xyz)[3], const int *node_ids);
+                            const double (*xyz)[3], const int *node_ids, TRANSFORM_SCRATCH &scratch);
 
 } // namespace tesmora

@@ -122,7 +122,8 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
     double xyz[max_element_nodes][3], x[3];
     element_coordinates(element, xyz);
     const POINT_3D &c = element.type->center;
-    element_point(*element.type, xyz, c[0], c[1], c[2], x);
+    TRANSFORM_SCRATCH scratch; // each thread its own
+    element_point(*element.type, xyz, c[0], c[1], c[2], x, scratch);
     coil_B(static_cast<int>(element.potential_bits), evaluation, x, at_centers + 3 * e);
   }
 }

@@ -35,12 +35,13 @@ void curl_by_differences(const V_ELEMENT_TYPE &type, const NODE_TABLE *xyz, cons
   // dE/dx_m = sum_k dE/dxi_k (J^-1)[k][m]; on the reference element J = I.
   double values[2][max_element_edges][3], inverse[3][3], g[3][3];
   double derivative[max_element_edges][3][3] = {}; // [edge][component][x_m]
-  if (xyz) element_transform(type, rows(*xyz), p[0], p[1], p[2], g);
+  TRANSFORM_SCRATCH scratch;
+  if (xyz) element_transform(type, rows(*xyz), p[0], p[1], p[2], g, scratch);
   for (int k = 0; k < 3; ++k) {
     for (int side = 0; side < 2; ++side) {
       POINT_3D q = p;
       q[k] += side == 0 ? fd_step : -fd_step;
-      if (xyz) element_transform(type, rows(*xyz), q[0], q[1], q[2], inverse);
+      if (xyz) element_transform(type, rows(*xyz), q[0], q[1], q[2], inverse, scratch);
       type.edge_function(q[0], q[1], q[2], xyz ? inverse : identity, values[side]);
     }
     for (int e = 0; e < type.no_edges; ++e)
@@ -64,6 +65,7 @@ TEST_P(EdgeTypes, CurlsMatchCentralDifferencesOnReferenceAndBentElements) {
   std::mt19937 rng(17);
   const NODE_TABLE bent = distorted_nodes(type, rng, 0.03);
   double analytic[max_element_edges][3], numeric[max_element_edges][3], g[3][3];
+  TRANSFORM_SCRATCH scratch;
   for (int k = 0; k < 6; ++k) {
     const POINT_3D p = random_reference_point(type, rng);
     type.edge_curl(p[0], p[1], p[2], identity, analytic);
@@ -73,7 +75,7 @@ TEST_P(EdgeTypes, CurlsMatchCentralDifferencesOnReferenceAndBentElements) {
     // The 13-node pyramid's geometry is not an interpolant of its nodes (constant N1), and a
     // bent one is too close to singular for differences; its reference curls are checked above.
     if (type.no_nodes == 13 && type.gauss == GAUSS_PYRAMID) continue;
-    element_transform(type, rows(bent), p[0], p[1], p[2], g);
+    element_transform(type, rows(bent), p[0], p[1], p[2], g, scratch);
     type.edge_curl(p[0], p[1], p[2], g, analytic);
     curl_by_differences(type, &bent, p, numeric);
     for (int e = 0; e < type.no_edges; ++e)
@@ -146,8 +148,8 @@ TEST_P(EdgeTypes, TangentialTraceAndNormalCurlAreContinuousAcrossAFace) {
     element_transform_edges(type, rows(a), p[0], p[1], p[2], ga, fa, ca, sa);
     element_transform_edges(type, rows(b), p[0], p[1], p[2], gb, fb, cb, sb);
     double xa[3], xb[3];
-    element_point(type, rows(a), p[0], p[1], p[2], xa);
-    element_point(type, rows(b), p[0], p[1], p[2], xb);
+    element_point(type, rows(a), p[0], p[1], p[2], xa, sa);
+    element_point(type, rows(b), p[0], p[1], p[2], xb, sb);
     for (int d = 0; d < 3; ++d) expect_close(xa[d], xb[d], 0.0, rounding_tol);
     double t[2][3], n[3];
     for (int d = 0; d < 3; ++d) t[0][d] = sa.jacobian_matrix[d][0], t[1][d] = sa.jacobian_matrix[d][1];
@@ -184,12 +186,13 @@ TEST_P(EdgeTypes, ConstantAndLinearFieldsAreRepresented) {
     std::vector<double> matrix(static_cast<std::size_t>(rows_count * n));
     std::vector<std::array<double, 3>> where;
     double g[3][3], values[max_element_edges][3];
+    TRANSFORM_SCRATCH scratch;
     for (int k = 0; k < points; ++k) {
       const POINT_3D p = random_reference_point(type, rng);
-      element_transform(type, rows(elements[shape]), p[0], p[1], p[2], g);
+      element_transform(type, rows(elements[shape]), p[0], p[1], p[2], g, scratch);
       type.edge_function(p[0], p[1], p[2], g, values);
       std::array<double, 3> x{};
-      element_point(type, rows(elements[shape]), p[0], p[1], p[2], x.data());
+      element_point(type, rows(elements[shape]), p[0], p[1], p[2], x.data(), scratch);
       where.push_back(x);
       for (int c = 0; c < 3; ++c)
         for (int e = 0; e < n; ++e) matrix[static_cast<std::size_t>((3 * k + c) * n + e)] = values[e][c];

@@ -31,12 +31,13 @@ double determinant(const double (*m)[3]) {
 double det_by_differences(const V_ELEMENT_TYPE &type, const NODE_TABLE &xyz, const double *p) {
   const double h = 0.25;
   double j[3][3];
+  TRANSFORM_SCRATCH scratch;
   for (int c = 0; c < 3; ++c) {
     double q[3] = {p[0], p[1], p[2]}, plus[3], minus[3];
     q[c] += h;
-    element_point(type, rows(xyz), q[0], q[1], q[2], plus);
+    element_point(type, rows(xyz), q[0], q[1], q[2], plus, scratch);
     q[c] -= 2 * h;
-    element_point(type, rows(xyz), q[0], q[1], q[2], minus);
+    element_point(type, rows(xyz), q[0], q[1], q[2], minus, scratch);
     for (int r = 0; r < 3; ++r) j[r][c] = (plus[r] - minus[r]) / (2 * h);
   }
   return determinant(j);
@@ -129,7 +130,8 @@ TEST(ElementVolume, InvertedAndFlatElementsStopTheJob) {
                                {0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
   CHILD_JOB child = run_job_in_child([&] {
     make_gauss(3, 7, 5);
-    check_element_volume(7, 3, type, rows(inverted), ids);
+    TRANSFORM_SCRATCH scratch;
+    check_element_volume(7, 3, type, rows(inverted), ids, scratch);
   });
   const std::string negative =
       "**** Volume of the element No. 7:(0.500000, 0.500000, 0.500000) is negative in "
@@ -142,7 +144,8 @@ TEST(ElementVolume, InvertedAndFlatElementsStopTheJob) {
                            {0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
   child = run_job_in_child([&] {
     make_gauss(3, 7, 5);
-    check_element_volume(9, 1, type, rows(flat), ids);
+    TRANSFORM_SCRATCH scratch;
+    check_element_volume(9, 1, type, rows(flat), ids, scratch);
   });
   EXPECT_EQ(child.exit_status, 1);
   EXPECT_NE(
@@ -156,7 +159,9 @@ TEST(ElementVolume, PositiveVolumePassesTheCheck) {
   Gauss gauss;
   const V_ELEMENT_TYPE &type = *find_v_element_type(0);
   const int ids[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  expect_close(check_element_volume(1, 1, type, rows(reference_nodes(type)), ids), 8.0, quadrature_tol, 0.0);
+  TRANSFORM_SCRATCH scratch;
+  expect_close(check_element_volume(1, 1, type, rows(reference_nodes(type)), ids, scratch), 8.0,
+               quadrature_tol, 0.0);
 }
 
 // Real-space gradients of the shape functions on bent elements: the change of N_i between two
@@ -187,23 +192,27 @@ TEST(ElementTransform, NodeGradientsMatchDifferencesInRealSpace) {
   }
 }
 
-TEST(ElementTransform, SerialAndScratchFormsAgree) {
+// A scratch carries nothing from one call to the next: a fresh one and one just used on another
+// element give the same transform, which is what lets each thread of a loop keep its own.
+TEST(ElementTransform, AScratchCarriesNothingBetweenCalls) {
   const V_ELEMENT_TYPE &type = *find_v_element_type(2);
   std::mt19937 rng(53);
   const NODE_TABLE xyz = distorted_nodes(type, rng, 0.05);
-  TRANSFORM_SCRATCH own;
+  const NODE_TABLE other = distorted_nodes(type, rng, 0.05);
+  TRANSFORM_SCRATCH fresh, used;
   double a[3][3], b[3][3];
-  const double det_own = element_transform(type, rows(xyz), 0.1, -0.3, 0.4, a, own);
-  const double det_serial = element_transform(type, rows(xyz), 0.1, -0.3, 0.4, b);
-  EXPECT_EQ(det_own, det_serial);
-  EXPECT_EQ(run_transform_scratch().jacobian, det_serial);
+  element_transform(type, rows(other), -0.2, 0.5, 0.1, b, used);
+  const double det_fresh = element_transform(type, rows(xyz), 0.1, -0.3, 0.4, a, fresh);
+  const double det_used = element_transform(type, rows(xyz), 0.1, -0.3, 0.4, b, used);
+  EXPECT_EQ(det_fresh, det_used);
+  EXPECT_EQ(used.jacobian, det_used);
   for (int r = 0; r < 3; ++r)
     for (int c = 0; c < 3; ++c) EXPECT_EQ(a[r][c], b[r][c]);
   // inverse times J is the identity (rounding).
   for (int r = 0; r < 3; ++r)
     for (int c = 0; c < 3; ++c) {
       double sum = 0.0;
-      for (int k = 0; k < 3; ++k) sum += a[r][k] * own.jacobian_matrix[k][c];
+      for (int k = 0; k < 3; ++k) sum += a[r][k] * fresh.jacobian_matrix[k][c];
       expect_close(sum, r == c ? 1.0 : 0.0, 0.0, 1e-14);
     }
 }
