@@ -52,16 +52,10 @@ void read_dampers(FFILE *file, MECHANICAL_SYSTEM &system) {
   }
 }
 
-} // namespace
-
-MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
-  auto *system =
-      static_cast<MECHANICAL_SYSTEM *>(calloc_named(1, sizeof(MECHANICAL_SYSTEM), "MECHANICAL_SYSTEM"));
-  *system = MECHANICAL_SYSTEM{};
-  MECHANICAL_SYSTEM &s = *system;
+// The start card: initial position and velocity, the position tolerance and the PSIM switches.
+void read_initial_state(FFILE *file, MECHANICAL_SYSTEM &s) {
   int *v = card_scratch().card_ints;
   double *r = card_scratch().card_reals;
-
   read_card(
       file, "%lf %lf %lf %d %d %d %d %d",
       "*  INITIAL_POSITION  * INITIAL_VELOCITY  * POSITION_ERROR * PSIM_IN * PSIM_FORCE_OUT * PSIM_POS_OUT * "
@@ -76,7 +70,12 @@ MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
   s.PSIM_V_OUT = v[3];
   s.PSIM_CONST_F_IN = v[4];
   s.is_psim = v[0] || v[1] || v[2] || v[3] || v[4] ? 1 : 0;
+}
 
+// The limits of the motion with their reflections, then the mass and the constant force.
+void read_limits_and_mass(FFILE *file, MECHANICAL_SYSTEM &s) {
+  int *v = card_scratch().card_ints;
+  double *r = card_scratch().card_reals;
   read_card(file, "%lf %lf %lf %lf ",
             "*  LOWER_LIMIT  * UPPER_LIMIT * LOWER_REFLECTION * UPPER_REFRECTION *\n", &r[0], &r[1], &r[2],
             &r[3]);
@@ -95,7 +94,11 @@ MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
   s.time_const_force = v[0];
   s.mass_acceleration = r[3];
   s.const_displacement = r[4];
+}
 
+// The counts of springs and dampers with their tables.
+void read_springs_and_dampers(FFILE *file, MECHANICAL_SYSTEM &s) {
+  int *v = card_scratch().card_ints;
   read_card(file, "%d %d %d", "* NO_SPRINGS * NO_DAMPERS * MATH_EQ *\n", &v[0], &v[1], &v[2]);
   if (v[0] < 0 || v[1] < 0) card_error(file);
   s.no_springs = v[0];
@@ -109,7 +112,12 @@ MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
   for (int k = 0; k < s.no_dampers; ++k) s.dampers[k] = DAMPER{};
   read_springs(file, s);
   read_dampers(file, s);
+}
 
+// The moving region: the kind of motion, its materials and the force that drives it.
+void read_motion_region(FFILE *file, MECHANICAL_SYSTEM &s) {
+  int *v = card_scratch().card_ints;
+  double *r = card_scratch().card_reals;
   read_card(file, "%d %lf %d %d", "* MOTION_TYPE   *  REGION_FACTOR  *  NO_MAT_IDS * FORCE_TYPE *\n", &v[0],
             &r[0], &v[1], &v[2]);
   if (v[0] < 1 || v[0] > 4 || v[1] < 0) card_error(file);
@@ -119,15 +127,27 @@ MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
   s.force_type = v[2];
   s.mat_ids = calloc_int(static_cast<std::uint64_t>(s.no_mat_ids), "dynamic->region->mats");
   read_int_list(file, "* MAT_IDS *\n", s.no_mat_ids, s.mat_ids);
+}
 
+} // namespace
+
+MECHANICAL_SYSTEM *read_mechanical_system(FFILE *file) {
+  auto *system =
+      static_cast<MECHANICAL_SYSTEM *>(calloc_named(1, sizeof(MECHANICAL_SYSTEM), "MECHANICAL_SYSTEM"));
+  *system = MECHANICAL_SYSTEM{};
+  MECHANICAL_SYSTEM &s = *system;
+  read_initial_state(file, s);
+  read_limits_and_mass(file, s);
+  read_springs_and_dampers(file, s);
+  read_motion_region(file, s);
   if (s.math_eq != 0) {
     write_check("* FUNCTION F(x, v)  * x(m), v(m/s), F(N) or x(deg), v(deg/sec), F(N/m) *\n");
     const char *const variables[] = {"x", "v"};
     s.force_function = parse_functions(file, variables, nullptr, nullptr, 0);
   }
-
   // A negative mass asks for the mass as a table of the position.
   if (s.mass < 0.0) {
+    int *v = card_scratch().card_ints;
     read_card(file, "%d %d", "* NO_POINTS * OPTION *\n", &v[0], &v[1]);
     if (v[0] < 1) card_error(file);
     s.mass_option = v[1];

@@ -256,7 +256,9 @@ void mark_conductor_nodes(MESHED_MODEL &part) {
   }
 }
 
-void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
+// The faces of every element. A face on an Ht = 0 plane marks its nodes, one on a Bn = 0 plane
+// its nodes and edges; every other face is returned with its sorted corner key, in element order.
+std::vector<FACE> collect_open_faces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
   const double tolerance = boundary.distance_judge_squared;
   std::vector<FACE> open_faces;
   int indices[max_element_nodes];
@@ -296,8 +298,36 @@ void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
       open_faces.push_back(face);
     }
   }
-  // Faces with the same corners pair up when they run in reverse cycles: inner faces. The order
-  // of the sort keeps faces of one key in element order.
+  return open_faces;
+}
+
+// An inner face between a vector-potential region and a scalar one (a and b are its two sides):
+// the scalar side's face becomes an interface element, and its nodes and the vector side's face
+// edges are marked with the scalar region.
+void make_region_interface(MESHED_MODEL &part, const FACE &a, const FACE &b) {
+  const V_ELEMENT &ea = part.v_elements[a.element];
+  const V_ELEMENT &eb = part.v_elements[b.element];
+  const FACE &owner_face = ea.rgn != 0 ? a : b;
+  const V_ELEMENT &owner = part.v_elements[owner_face.element];
+  make_interface_element(part, owner, owner_face.face);
+  int indices[max_element_nodes];
+  int nodes[max_face_nodes];
+  element_node_indices(part, owner.nodes, owner.type->no_nodes, indices);
+  const S_ELEMENT_TYPE &kind = face_nodes(*owner.type, indices, owner_face.face, 0, 1, nodes);
+  for (int c = 0; c < kind.no_nodes; ++c) part.nodes[nodes[c]].on_int = owner.rgn;
+  const V_ELEMENT &vector_side = ea.rgn != 0 ? eb : ea;
+  if (!vector_side.edges) return;
+  int ids[max_element_edges];
+  int face_ids[max_face_edges];
+  const FACE &vector_face = ea.rgn != 0 ? b : a;
+  for (int e = 0; e < vector_side.type->no_edges; ++e) ids[e] = edge_index(part, vector_side.edges[e]);
+  const int count = face_edges(*vector_side.type, ids, vector_face.face, 1, face_ids);
+  for (int e = 0; e < count; ++e) part.edges[face_ids[e]].on_int = owner.rgn;
+}
+
+// Faces with the same corners pair up when they run in reverse cycles: inner faces. The order of
+// the sort keeps faces of one key in element order. Returns a flag per face: paired or not.
+std::vector<char> pair_inner_faces(MESHED_MODEL &part, const std::vector<FACE> &open_faces) {
   std::vector<std::size_t> order(open_faces.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
   std::stable_sort(order.begin(), order.end(),
@@ -308,28 +338,16 @@ void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
     const FACE &b = open_faces[order[i + 1]];
     if (paired[order[i]] || a.key != b.key || !is_reverse_cycle(a, b)) continue;
     paired[order[i]] = paired[order[i + 1]] = 1;
-    const V_ELEMENT &ea = part.v_elements[a.element];
-    const V_ELEMENT &eb = part.v_elements[b.element];
-    if (ea.rgn != eb.rgn) {
-      // A face between a vector-potential region and a scalar one: an interface element.
-      const FACE &owner_face = ea.rgn != 0 ? a : b;
-      const V_ELEMENT &owner = part.v_elements[owner_face.element];
-      make_interface_element(part, owner, owner_face.face);
-      element_node_indices(part, owner.nodes, owner.type->no_nodes, indices);
-      const S_ELEMENT_TYPE &kind = face_nodes(*owner.type, indices, owner_face.face, 0, 1, nodes);
-      for (int c = 0; c < kind.no_nodes; ++c) part.nodes[nodes[c]].on_int = owner.rgn;
-      const V_ELEMENT &vector_side = ea.rgn != 0 ? eb : ea;
-      if (vector_side.edges) {
-        int ids[max_element_edges];
-        int face_ids[max_face_edges];
-        const FACE &vector_face = ea.rgn != 0 ? b : a;
-        for (int e = 0; e < vector_side.type->no_edges; ++e) ids[e] = edge_index(part, vector_side.edges[e]);
-        const int count = face_edges(*vector_side.type, ids, vector_face.face, 1, face_ids);
-        for (int e = 0; e < count; ++e) part.edges[face_ids[e]].on_int = owner.rgn;
-      }
-    }
+    if (part.v_elements[a.element].rgn != part.v_elements[b.element].rgn) make_region_interface(part, a, b);
   }
-  // What finds no partner is the outer boundary.
+  return paired;
+}
+
+// What finds no partner is the outer boundary.
+void mark_outer_boundary(MESHED_MODEL &part, const std::vector<FACE> &open_faces,
+                         const std::vector<char> &paired) {
+  int indices[max_element_nodes];
+  int nodes[max_face_nodes];
   for (std::size_t i = 0; i < open_faces.size(); ++i) {
     if (paired[i]) continue;
     const FACE &face = open_faces[i];
@@ -340,7 +358,11 @@ void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
         part, element, face.face, nodes, kind.no_nodes, [](NODE &n) { n.on_bnd = 1; },
         [](EDGE &e) { e.on_bnd = 1; });
   }
-  // Lines of fixed A: an edge with both ends on a line, and its nodes.
+}
+
+// Lines of fixed A: an edge with both ends on a line, and its nodes.
+void mark_fixed_a_lines(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
+  const double tolerance = boundary.distance_judge_squared;
   for (const A_FIXED_LINE &line : boundary.a_fixed_lines)
     for (int e = 0; e < part.no_edges; ++e) {
       EDGE &edge = part.edges[e];
@@ -352,6 +374,13 @@ void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
         edge.end->on_Bn0 = 1;
       }
     }
+}
+
+void find_surfaces(MESHED_MODEL &part, const BOUNDARY_DATA &boundary) {
+  const std::vector<FACE> open_faces = collect_open_faces(part, boundary);
+  const std::vector<char> paired = pair_inner_faces(part, open_faces);
+  mark_outer_boundary(part, open_faces, paired);
+  mark_fixed_a_lines(part, boundary);
 }
 
 void make_tree(MESHED_MODEL &part, int tree_gauge, int far_boundary_condition) {

@@ -116,6 +116,71 @@ void save_part(const MESHED_MODEL &part, FFILE *file) {
   for (const S_ELEMENT *s : list) save_surface(*s);
 }
 
+void restore_node(FFILE *file, NODE &n) {
+  n = NODE{};
+  n.id = get_int(file);
+  n.x = get_real(file);
+  n.y = get_real(file);
+  n.z = get_real(file);
+  n.on_total = static_cast<unsigned>(get_int(file));
+  n.on_cnd = static_cast<unsigned>(get_int(file));
+  n.on_Bn0 = static_cast<unsigned>(get_int(file));
+  n.on_Ht0 = static_cast<unsigned>(get_int(file));
+  n.on_bnd = static_cast<unsigned>(get_int(file));
+  n.on_int = static_cast<unsigned>(get_int(file));
+  n.mesh_part = static_cast<unsigned>(get_int(file));
+  n.on_slide = get_int(file);
+  n.on_nonconformal = get_int(file);
+  n.related = get_related(file);
+}
+
+// An edge's ends are node positions of the part (0-based) in the file.
+void restore_edge(MESHED_MODEL &part, FFILE *file, EDGE &edge) {
+  edge = EDGE{};
+  edge.id = get_int(file);
+  edge.start = &part.nodes[get_int(file)];
+  edge.end = &part.nodes[get_int(file)];
+  edge.on_cnd = static_cast<unsigned>(get_int(file));
+  edge.on_Bn0 = static_cast<unsigned>(get_int(file));
+  edge.on_bnd = static_cast<unsigned>(get_int(file));
+  edge.on_int = static_cast<unsigned>(get_int(file));
+  edge.on_total = static_cast<unsigned>(get_int(file));
+  edge.tree = static_cast<unsigned>(get_int(file));
+  edge.slide_interior = static_cast<unsigned>(get_int(file));
+  edge.on_gap = static_cast<unsigned>(get_int(file));
+  edge.on_slide = get_int(file);
+  edge.on_nonconformal = get_int(file);
+  edge.related = get_related(file);
+}
+
+// A volume element takes its node and edge pointers from the part's pointer arrays at the slots
+// given, which move on past them. Edges are edge ids (1-based) in the file.
+void restore_volume_element(MESHED_MODEL &part, FFILE *file, V_ELEMENT &element, NODE **&node_slot,
+                            EDGE **&edge_slot) {
+  element = V_ELEMENT{};
+  element.id = get_int(file);
+  element.type = find_v_element_type(get_int(file));
+  element.nodes = node_slot;
+  for (int i = 0; i < element.type->no_nodes; ++i) element.nodes[i] = &part.nodes[get_int(file)];
+  node_slot += element.type->no_nodes;
+  if (get_int(file)) {
+    element.edges = edge_slot;
+    for (int i = 0; i < element.type->no_edges; ++i) element.edges[i] = &part.edges[get_int(file) - 1];
+    edge_slot += element.type->no_edges;
+  }
+  const auto low = static_cast<std::uint32_t>(get_int(file));
+  const auto high = static_cast<std::uint32_t>(get_int(file));
+  element.edge_direction = (std::uint64_t{high} << 32) | low;
+  element.mat_id = get_int(file);
+  element.conductor = static_cast<unsigned>(get_int(file));
+  element.rgn = static_cast<unsigned>(get_int(file));
+  element.thin = static_cast<unsigned>(get_int(file));
+  element.mesh_part = static_cast<unsigned>(get_int(file));
+  element.potential_bits = static_cast<unsigned>(get_int(file));
+  element.volume = get_real(file);
+  for (double &c : element.center) c = get_real(file);
+}
+
 void restore_surface(MESHED_MODEL &part, FFILE *file, S_ELEMENT &s, NODE **&node_slot, EDGE **&edge_slot) {
   s = S_ELEMENT{};
   s.id = get_int(file);
@@ -152,42 +217,10 @@ void restore_part(MESHED_MODEL &part, FFILE *file) {
       calloc_named(static_cast<std::uint64_t>(part.no_v_elements), sizeof(V_ELEMENT), "v_elements"));
   part.input_s_elements = static_cast<S_ELEMENT *>(calloc_named(
       static_cast<std::uint64_t>(part.no_input_s_elements), sizeof(S_ELEMENT), "total_input_s_elements"));
-  for (int i = 0; i < part.no_nodes; ++i) {
-    NODE &n = part.nodes[i];
-    n = NODE{};
-    n.id = get_int(file);
-    n.x = get_real(file);
-    n.y = get_real(file);
-    n.z = get_real(file);
-    n.on_total = static_cast<unsigned>(get_int(file));
-    n.on_cnd = static_cast<unsigned>(get_int(file));
-    n.on_Bn0 = static_cast<unsigned>(get_int(file));
-    n.on_Ht0 = static_cast<unsigned>(get_int(file));
-    n.on_bnd = static_cast<unsigned>(get_int(file));
-    n.on_int = static_cast<unsigned>(get_int(file));
-    n.mesh_part = static_cast<unsigned>(get_int(file));
-    n.on_slide = get_int(file);
-    n.on_nonconformal = get_int(file);
-    n.related = get_related(file);
-  }
+  for (int i = 0; i < part.no_nodes; ++i) restore_node(file, part.nodes[i]);
   for (int e = 0; e < part.no_edges; ++e) {
-    EDGE &edge = part.edges[e];
-    edge = EDGE{};
-    edge.id = get_int(file);
-    edge.start = &part.nodes[get_int(file)];
-    edge.end = &part.nodes[get_int(file)];
-    edge.on_cnd = static_cast<unsigned>(get_int(file));
-    edge.on_Bn0 = static_cast<unsigned>(get_int(file));
-    edge.on_bnd = static_cast<unsigned>(get_int(file));
-    edge.on_int = static_cast<unsigned>(get_int(file));
-    edge.on_total = static_cast<unsigned>(get_int(file));
-    edge.tree = static_cast<unsigned>(get_int(file));
-    edge.slide_interior = static_cast<unsigned>(get_int(file));
-    edge.on_gap = static_cast<unsigned>(get_int(file));
-    edge.on_slide = get_int(file);
-    edge.on_nonconformal = get_int(file);
-    edge.related = get_related(file);
-    edge.next = e + 1 < part.no_edges ? &part.edges[e + 1] : nullptr;
+    restore_edge(part, file, part.edges[e]);
+    part.edges[e].next = e + 1 < part.no_edges ? &part.edges[e + 1] : nullptr;
   }
   // Pointer arrays: sized for the largest element of each kind, filled as the elements come.
   const std::uint64_t slots =
@@ -200,31 +233,8 @@ void restore_part(MESHED_MODEL &part, FFILE *file) {
   part.edge_pointers = static_cast<EDGE **>(calloc_named(edge_slots, sizeof(EDGE *), "edge_pointers"));
   NODE **node_slot = part.node_pointers;
   EDGE **edge_slot = part.edge_pointers;
-  for (int k = 0; k < part.no_v_elements; ++k) {
-    V_ELEMENT &element = part.v_elements[k];
-    element = V_ELEMENT{};
-    element.id = get_int(file);
-    element.type = find_v_element_type(get_int(file));
-    element.nodes = node_slot;
-    for (int i = 0; i < element.type->no_nodes; ++i) element.nodes[i] = &part.nodes[get_int(file)];
-    node_slot += element.type->no_nodes;
-    if (get_int(file)) {
-      element.edges = edge_slot;
-      for (int i = 0; i < element.type->no_edges; ++i) element.edges[i] = &part.edges[get_int(file) - 1];
-      edge_slot += element.type->no_edges;
-    }
-    const auto low = static_cast<std::uint32_t>(get_int(file));
-    const auto high = static_cast<std::uint32_t>(get_int(file));
-    element.edge_direction = (std::uint64_t{high} << 32) | low;
-    element.mat_id = get_int(file);
-    element.conductor = static_cast<unsigned>(get_int(file));
-    element.rgn = static_cast<unsigned>(get_int(file));
-    element.thin = static_cast<unsigned>(get_int(file));
-    element.mesh_part = static_cast<unsigned>(get_int(file));
-    element.potential_bits = static_cast<unsigned>(get_int(file));
-    element.volume = get_real(file);
-    for (double &c : element.center) c = get_real(file);
-  }
+  for (int k = 0; k < part.no_v_elements; ++k)
+    restore_volume_element(part, file, part.v_elements[k], node_slot, edge_slot);
   part.no_node_pointers = node_slot - part.node_pointers;
   part.no_edge_pointers = edge_slot - part.edge_pointers;
   for (int k = 0; k < part.no_input_s_elements; ++k)
