@@ -133,6 +133,65 @@ TEST(PostWriterTable, EveryFormatFillsEverySlot) {
   EXPECT_STREQ(find_post_format(2).geometry_extension, "");
 }
 
+// Every row of the table: no null slot, each of its codes found back, and, where the mesh reader
+// has a converter of the row's first code (INPUT_MESH_FILE 1 for the post codes 1 and 11, and so
+// on), a geometry file named as that converter's files are. A row that takes its geometry from
+// another format names one whose files end the same way.
+TEST(PostWriterTable, EveryRowIsComplete) {
+  ASSERT_FALSE(post_formats().empty());
+  int named_as_mesh_files = 0;
+  for (const POST_FORMAT &format : post_formats()) {
+    SCOPED_TRACE(format.name);
+    EXPECT_TRUE(all_slots_filled(format.writer));
+    ASSERT_FALSE(format.codes.empty());
+    for (int code : format.codes) EXPECT_EQ(&find_post_format(code), &format) << code;
+    if (const MESH_CONVERTER *mesh = find_mesh_converter(format.codes.front())) {
+      EXPECT_STREQ(format.geometry_extension, mesh->extension);
+      ++named_as_mesh_files;
+    }
+    EXPECT_STREQ(find_post_format(format.geometry_code).geometry_extension, format.geometry_extension);
+  }
+  // UNV, NASTRAN, .ksw, FEMAP, CADAS, ABAQUS and HyperView's NASTRAN geometry.
+  EXPECT_EQ(named_as_mesh_files, 7);
+  // 0 and every value no row lists fall to the silent row, the first one.
+  EXPECT_EQ(&find_post_format(0), &post_formats()[0]);
+  for (int code = -1; code <= 20; ++code) {
+    bool listed = false;
+    for (const POST_FORMAT &format : post_formats())
+      listed = listed || std::find(format.codes.begin(), format.codes.end(), code) != format.codes.end();
+    if (!listed) {
+      EXPECT_EQ(&find_post_format(code), &post_formats()[0]) << code;
+    }
+  }
+  for (int code : all_formats) EXPECT_NE(&find_post_format(code), &post_formats()[0]) << code;
+}
+
+// A HyperView job's geometry file is the NASTRAN job's, byte for byte with each WIDE: the ALTAIR
+// head belongs to the result stream only.
+TEST(GeometryFile, HyperViewJobsWriteTheNastranFile) {
+  ScopedModel m(unit_tetrahedron());
+  ScopedJobFiles files;
+  ScopedControlData control;
+  writable_control_data().release = 12.0;
+  writable_control_data().post.MESH = 1;
+  read_material_cards(files.open_card_text("materials", "1 0 0\n3 0 0 0 1 0 0 0 0\n"), 1);
+  set_output_flags(0, std::vector<int>{});
+  for (int wide : {0, 1, 2}) {
+    SCOPED_TRACE(wide);
+    writable_control_data().WIDE = wide;
+    std::string texts[2];
+    for (int k = 0; k < 2; ++k) {
+      const int code = k == 0 ? 3 : 8;
+      writable_control_data().POST_DATA_FILE = code;
+      write_geometry_file(m.model, find_post_format(code));
+      texts[k] = read_file(files.dir().file("post_geom.nas"));
+    }
+    EXPECT_EQ(texts[1], texts[0]);
+    EXPECT_EQ(texts[1].rfind("BEGIN BULK\n", 0), 0u);
+    EXPECT_NE(texts[1].find("CTETRA"), std::string::npos);
+  }
+}
+
 TEST(PostWriterTable, FormatZeroCallsNothing) {
   ScopedModel m(unit_tetrahedron());
   const POST_WRITER &w = find_post_format(0).writer;
