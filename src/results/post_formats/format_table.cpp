@@ -274,13 +274,21 @@ constexpr const POST_FORMAT *find_row(int code) {
   return nullptr;
 }
 
+// GCC cannot fold the null test of an external function's address under the sanitizers; there
+// the slots are checked by the test of the table alone.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool check_slots = false;
+#else
+constexpr bool check_slots = true;
+#endif
+
 // Every row names its files and fills every slot; each code belongs to one row only; a format's
 // geometry comes from a row with the same file extension; the silent row is the first and
 // answers 0.
 consteval bool table_is_complete() {
   for (const POST_FORMAT &format : post_format_table) {
     if (!format.name || !format.geometry_extension || format.codes.empty()) return false;
-    if (!all_slots_filled(format.writer)) return false;
+    if (check_slots && !all_slots_filled(format.writer)) return false;
     for (int code : format.codes)
       if (find_row(code) != &format) return false;
     const POST_FORMAT *geometry = find_row(format.geometry_code);
