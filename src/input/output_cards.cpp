@@ -2,7 +2,6 @@
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
 #include "job/report.hpp"
-#include "results/post_writer.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -197,7 +196,6 @@ void read_output_cards(FFILE *file, CONTROL_DATA &control) {
   read_mesh_card(file, control);
   read_post_card(file, control);
   if (control.release < 1.85 && control.INPUT_MESH_FILE == 1) control.INPUT_MESH_FILE = 3;
-  set_post_writer(bind_post_writer(control.POST_DATA_FILE, control.WIDE));
   read_post_selection_card(file, control);
   read_print_cards(file, control);
   read_selected_output_sections(control);

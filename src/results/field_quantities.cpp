@@ -170,16 +170,16 @@ void element_curl_A(const V_ELEMENT &element, const double *solution, const doub
   }
 }
 
-void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time) {
   const CONTROL_DATA &control = control_data();
   const CHAIN_OFFSETS o = chain_offsets(first_part);
   const COORDINATE *frame = control.POST_COORDINATE ? find_coordinate(control.POST_COORDINATE) : nullptr;
-  writer.set_counts(o.no_elements, 4, o.no_nodes, 5);
-  writer.step_start(stream, step, post_B_elements, time);
+  writer.set_counts(out, o.no_elements, 4, o.no_nodes, 5);
+  writer.step_start(out, step, post_B_elements, time);
   TRANSFORM_SCRATCH scratch;
   if (control.ELEM_OUT) {
-    writer.element_block_start(stream, step, post_B_elements, time, "ELEMENT - BX, BY, BZ, |B|", 4);
+    writer.element_block_start(out, step, post_B_elements, time, "ELEMENT - BX, BY, BZ, |B|", 4);
     std::size_t p = 0;
     for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
       for (int k = 0; k < part->no_v_elements; ++k) {
@@ -193,9 +193,9 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
           for (int d = 0; d < 3; ++d) values[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
         to_post_frame(frame, values, element.center);
         values[3] = magnitude(values);
-        writer.element_value_row(stream, element.id, 4, values, element.type->no_nodes);
+        writer.element_value_row(out, element.id, 4, values, element.type->no_nodes);
       }
-    writer.end_of_block(stream);
+    writer.end_of_block(out);
   }
   if (control.NODE_OUT) {
     const std::uint64_t n = static_cast<std::uint64_t>(o.no_nodes);
@@ -221,7 +221,7 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
           ++no_summations[node];
         }
       }
-    writer.node_block_start(stream, step, post_B_nodes, time, "NODE - BX, BY, BZ, |B|, FLUX", 5);
+    writer.node_block_start(out, step, post_B_nodes, time, "NODE - BX, BY, BZ, |B|, FLUX", 5);
     p = 0;
     for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
       for (int i = 0; i < part->no_nodes; ++i) {
@@ -233,15 +233,15 @@ void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MES
         to_post_frame(frame, values, position);
         values[3] = magnitude(values);
         values[4] = 0.0; // the flux function exists in the two-dimensional models only
-        writer.node_value_row(stream, part->nodes[i].id, 5, values);
+        writer.node_value_row(out, part->nodes[i].id, 5, values);
       }
-    writer.end_of_block(stream);
+    writer.end_of_block(out);
     for (int d = 0; d < 3; ++d) free_named(sums[d], "B_at_nodes[ixyz]");
     free_named(no_summations, "no_summations");
   }
-  writer.flush_stored(stream, step, "BMAG", post_B_elements, time);
-  writer.step_block_end(stream);
-  std::fflush(stream);
+  writer.flush_stored(out, step, "BMAG", post_B_elements, time);
+  writer.step_block_end(out);
+  std::fflush(out.file);
 }
 
 } // namespace tesmora

@@ -5,8 +5,6 @@
 #include "mesh/element_transform.hpp"
 #include "results/post_writer.hpp"
 
-#include <cstdio>
-
 namespace tesmora {
 
 struct MESHED_MODEL;
@@ -37,7 +35,7 @@ void element_curl_A(const V_ELEMENT &element, const double *solution, const doub
 
 // The flux density data set ("BMAG") of one step: element-centre values when ELEM_OUT is on,
 // node means when NODE_OUT is on, for the elements of the materials selected for output.
-void flux_density_output(std::FILE *stream, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time);
 
 } // namespace tesmora

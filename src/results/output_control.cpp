@@ -21,40 +21,48 @@ namespace {
 
 constexpr const char *single_stream_tag = "ffile_CADAS_post";
 
-// The post streams of the run: one file per selected output, or with the formats that keep
-// everything in one file (6, 8) a single stream that every output points to.
-struct POST_FILES {
-  FFILE *magnetic = nullptr;
-  FFILE *single = nullptr; // post.cad or post.hwascii, owned here
+// One post file of the run and the record its writers keep.
+struct POST_FILE {
+  FFILE *file = nullptr;
+  POST_STREAM out;
 };
 
-POST_FILES open_all_post_files(const CONTROL_DATA &control) {
-  POST_FILES files;
-  if (control.POST_DATA_FILE == 0) return files;
-  const POST_WRITER &writer = post_writer();
-  if (control.POST_DATA_FILE == 6 || control.POST_DATA_FILE == 8) {
-    files.single = create_ffile(control.POST_DATA_FILE == 6 ? "post.cad" : "post.hwascii", 0);
-    open_ffile(files.single, "w");
-    writer.file_start(files.single->stream);
-    if (control.post.MAGNETIC) files.magnetic = files.single;
-    return files;
+// The post files of the run: one file per selected output, or with a format that keeps
+// everything in one file (post.cad, post.hwascii) a single file that every output points to.
+// Made in place and not moved: the outputs point into it.
+struct POST_FILES {
+  POST_FILE single;                 // the single file, owned here; no file: one file per output
+  POST_FILE magnetic;               // the flux density's own file
+  POST_FILE *to_magnetic = nullptr; // where the flux density goes; null: not written
+};
+
+void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format, POST_FILES &files) {
+  if (control.POST_DATA_FILE == 0) return;
+  const POST_WRITER &writer = format.writer;
+  if (format.single_file) {
+    files.single.file = create_ffile(format.single_file, 0);
+    files.single.out = POST_STREAM{.file = open_ffile(files.single.file, "w"), .wide = control.WIDE};
+    writer.file_start(files.single.out);
+    if (control.post.MAGNETIC) files.to_magnetic = &files.single;
+    return;
   }
   if (control.post.MAGNETIC) {
-    files.magnetic = run_files().post_magnetic;
-    open_ffile(files.magnetic, "w");
-    writer.file_start(files.magnetic->stream);
+    files.magnetic.file = run_files().post_magnetic;
+    files.magnetic.out = POST_STREAM{.file = open_ffile(files.magnetic.file, "w"), .wide = control.WIDE};
+    writer.file_start(files.magnetic.out);
+    files.to_magnetic = &files.magnetic;
   }
-  return files;
 }
 
 void close_all_post_files(POST_FILES &files) {
-  if (files.single) {
-    close_ffile(files.single);
-    free_ffile(files.single, single_stream_tag);
-  } else if (files.magnetic) {
-    close_ffile(files.magnetic);
+  if (files.single.file) {
+    close_ffile(files.single.file);
+    free_ffile(files.single.file, single_stream_tag);
+  } else if (files.magnetic.file) {
+    close_ffile(files.magnetic.file);
   }
-  files = POST_FILES{};
+  files.single = files.magnetic = POST_FILE{};
+  files.to_magnetic = nullptr;
 }
 
 // Outputs and report tables the selection cards may ask for that this build doesn't compute:
@@ -94,15 +102,14 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
           output, "**** The %s report is not part of this build of the program; it is skipped. ****\n", name);
 }
 
-void write_post_step(const POST_FILES &files, const MESHED_MODEL &first_part, const double *solution,
-                     int step, double time) {
+void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_MODEL &first_part,
+                     const double *solution, int step, double time) {
   const CONTROL_DATA &control = control_data();
   if (control.POST_DATA_FILE == 0) return;
-  const POST_WRITER &writer = post_writer();
-  if (control.post.MAGNETIC && files.magnetic) {
+  if (control.post.MAGNETIC && files.to_magnetic) {
     COIL_FIELD_AT_POINTS coil;
     make_coil_field_at_points(first_part, coil);
-    flux_density_output(files.magnetic->stream, writer, first_part, solution, coil, step, time);
+    flux_density_output(files.to_magnetic->out, format.writer, first_part, solution, coil, step, time);
     free_coil_field_at_points(coil);
   }
 }
@@ -141,7 +148,7 @@ void write_step_report(int step, double time) {
   std::fflush(output);
 }
 
-void transient_output_control(MESHED_MODEL &first_part) {
+void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format) {
   const CONTROL_DATA &control = control_data();
   RUN_FILES &run = run_files();
   open_ffile(run.solutions, "r");
@@ -150,7 +157,8 @@ void transient_output_control(MESHED_MODEL &first_part) {
   const int n = counts.no_variables;
   double *solution =
       calloc_double(static_cast<std::uint64_t>(std::max(n, 1)), "solution in transient_output_control");
-  POST_FILES files = open_all_post_files(control);
+  POST_FILES files;
+  open_all_post_files(control, format, files);
   report_outputs_not_built(control);
   const MULTI_OUTPUT_STEPS &ranges = control.multi_output_steps;
   const int last = last_output_step(ranges);
@@ -168,7 +176,7 @@ void transient_output_control(MESHED_MODEL &first_part) {
     if (!is_output_step(ranges, step)) continue;
     set_source_amplitudes(time);
     write_step_report(step, time);
-    write_post_step(files, first_part, solution, step, time);
+    write_post_step(files, format, first_part, solution, step, time);
   }
   close_ffile(run.solutions);
   close_all_post_files(files);

@@ -7,6 +7,7 @@
 namespace tesmora {
 
 struct MESHED_MODEL;
+struct POST_FORMAT;
 
 // Whether the output ranges (or the all-step setting) select this step, and the last step any
 // range asks for.
@@ -16,7 +17,8 @@ int last_output_step(const MULTI_OUTPUT_STEPS &ranges);
 // The report of one step to `output`: its heading, the JSON step record and the source table.
 void write_step_report(int step, double time);
 
-// The post stage of a job that isn't AC.
-void transient_output_control(MESHED_MODEL &first_part);
+// The post stage of a job that isn't AC, writing its post files in `format` (the job's
+// POST_DATA_FILE, bound by the stage driver through find_post_format).
+void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format);
 
 } // namespace tesmora

@@ -73,7 +73,7 @@ void pre_processing() {
   // The post files these lines announce are written only when their outputs are selected.
   write_report(output, "finish elem_file\n");
   std::fflush(output);
-  write_geometry_file(model);
+  write_geometry_file(model, find_post_format(control.POST_DATA_FILE));
   write_report(output, "finish output_geom_file\n");
   std::fflush(output);
   write_report(output, "finish T_R_interface_file\n");
@@ -93,7 +93,7 @@ void post_processing() {
   MESHED_MODEL &model = global_model();
   // The post stage reads the unknowns through the numbering the matrix stage made.
   if (!control.MAKE_SYSTEM_MATRICES && !control.SOLVE_EQUATION) restore_model_variables(model);
-  transient_output_control(model);
+  transient_output_control(model, find_post_format(control.POST_DATA_FILE));
 }
 
 } // namespace tesmora

@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -59,26 +60,35 @@ MESH_BUILDER unit_tetrahedron() {
 }
 
 // A node block, an element value block and a node value block of step 2 at time 0.5.
-void write_sample(const POST_WRITER &w, std::FILE *stream, const MESHED_MODEL &model) {
-  write_geometry(model, w, stream, false);
+void write_sample(const POST_WRITER &w, POST_STREAM &out, const MESHED_MODEL &model) {
+  write_geometry(model, w, out, false);
   const double element_values[4] = {1.0, -2.0, 0.25, 3.0};
   const double node_values[5] = {0.5, 0.0, -1.5, 1.25, 7.0};
-  w.set_counts(1, 4, 1, 5);
-  w.step_start(stream, 2, post_B_elements, 0.5);
-  w.element_block_start(stream, 2, post_B_elements, 0.5, "ELEMENT - BX, BY, BZ, |B|", 4);
-  w.element_value_row(stream, 1, 4, element_values, 4);
-  w.end_of_block(stream);
-  w.node_block_start(stream, 2, post_B_nodes, 0.5, "NODE - BX, BY, BZ, |B|, FLUX", 5);
-  w.node_value_row(stream, 4, 5, node_values);
-  w.end_of_block(stream);
-  w.flush_stored(stream, 2, "BMAG", post_B_elements, 0.5);
-  w.step_block_end(stream);
+  w.set_counts(out, 1, 4, 1, 5);
+  w.step_start(out, 2, post_B_elements, 0.5);
+  w.element_block_start(out, 2, post_B_elements, 0.5, "ELEMENT - BX, BY, BZ, |B|", 4);
+  w.element_value_row(out, 1, 4, element_values, 4);
+  w.end_of_block(out);
+  w.node_block_start(out, 2, post_B_nodes, 0.5, "NODE - BX, BY, BZ, |B|, FLUX", 5);
+  w.node_value_row(out, 4, 5, node_values);
+  w.end_of_block(out);
+  w.flush_stored(out, 2, "BMAG", post_B_elements, 0.5);
+  w.step_block_end(out);
+}
+
+// The sample in a format; `out` is the stream record it was written through.
+std::string sample_text(int format, int wide, POST_STREAM &out) {
+  ScopedModel m(unit_tetrahedron());
+  const POST_WRITER &w = find_post_format(format).writer;
+  return capture([&](std::FILE *s) {
+    out = POST_STREAM{.file = s, .wide = wide};
+    write_sample(w, out, m.model);
+  });
 }
 
 std::string sample_text(int format, int wide) {
-  ScopedModel m(unit_tetrahedron());
-  const POST_WRITER w = bind_post_writer(format, wide);
-  return capture([&](std::FILE *s) { write_sample(w, s, m.model); });
+  POST_STREAM out;
+  return sample_text(format, wide, out);
 }
 
 bool has_line(const std::string &text, const std::string &line) {
@@ -108,45 +118,111 @@ std::vector<double> numbers_of(const std::string &line) {
 TEST(PostWriterTable, EveryFormatFillsEverySlot) {
   for (int format : all_formats) {
     SCOPED_TRACE(format);
-    EXPECT_TRUE(all_slots_filled(bind_post_writer(format, 0)));
-    EXPECT_TRUE(all_slots_filled(bind_post_writer(format, 2)));
-    EXPECT_EQ(post_format_state().post_data_file, format);
-    EXPECT_EQ(post_format_state().wide, 2);
+    const POST_FORMAT &found = find_post_format(format);
+    EXPECT_TRUE(all_slots_filled(found.writer));
+    EXPECT_NE(std::find(found.codes.begin(), found.codes.end(), format), found.codes.end());
+    // The writers keep the stream's WIDE setting as they found it.
+    POST_STREAM out;
+    sample_text(format, 2, out);
+    EXPECT_EQ(out.wide, 2);
   }
-  EXPECT_TRUE(all_slots_filled(bind_post_writer(0, 0)));
-  EXPECT_TRUE(all_slots_filled(bind_post_writer(9, 0)));
-  EXPECT_STREQ(post_geometry_extension(1), ".unv");
-  EXPECT_STREQ(post_geometry_extension(8), ".nas");
-  EXPECT_STREQ(post_geometry_extension(2), "");
+  EXPECT_TRUE(all_slots_filled(find_post_format(0).writer));
+  EXPECT_TRUE(all_slots_filled(find_post_format(9).writer));
+  EXPECT_STREQ(find_post_format(1).geometry_extension, ".unv");
+  EXPECT_STREQ(find_post_format(8).geometry_extension, ".nas");
+  EXPECT_STREQ(find_post_format(2).geometry_extension, "");
+}
+
+// Every row of the table: no null slot, each of its codes found back, and, where the mesh reader
+// has a converter of the row's first code (INPUT_MESH_FILE 1 for the post codes 1 and 11, and so
+// on), a geometry file named as that converter's files are. A row that takes its geometry from
+// another format names one whose files end the same way.
+TEST(PostWriterTable, EveryRowIsComplete) {
+  ASSERT_FALSE(post_formats().empty());
+  int named_as_mesh_files = 0;
+  for (const POST_FORMAT &format : post_formats()) {
+    SCOPED_TRACE(format.name);
+    EXPECT_TRUE(all_slots_filled(format.writer));
+    ASSERT_FALSE(format.codes.empty());
+    for (int code : format.codes) EXPECT_EQ(&find_post_format(code), &format) << code;
+    if (const MESH_CONVERTER *mesh = find_mesh_converter(format.codes.front())) {
+      EXPECT_STREQ(format.geometry_extension, mesh->extension);
+      ++named_as_mesh_files;
+    }
+    EXPECT_STREQ(find_post_format(format.geometry_code).geometry_extension, format.geometry_extension);
+  }
+  // UNV, NASTRAN, .ksw, FEMAP, CADAS, ABAQUS and HyperView's NASTRAN geometry.
+  EXPECT_EQ(named_as_mesh_files, 7);
+  // 0 and every value no row lists fall to the silent row, the first one.
+  EXPECT_EQ(&find_post_format(0), &post_formats()[0]);
+  for (int code = -1; code <= 20; ++code) {
+    bool listed = false;
+    for (const POST_FORMAT &format : post_formats())
+      listed = listed || std::find(format.codes.begin(), format.codes.end(), code) != format.codes.end();
+    if (!listed) {
+      EXPECT_EQ(&find_post_format(code), &post_formats()[0]) << code;
+    }
+  }
+  for (int code : all_formats) EXPECT_NE(&find_post_format(code), &post_formats()[0]) << code;
+}
+
+// A HyperView job's geometry file is the NASTRAN job's, byte for byte with each WIDE: the ALTAIR
+// head belongs to the result stream only.
+TEST(GeometryFile, HyperViewJobsWriteTheNastranFile) {
+  ScopedModel m(unit_tetrahedron());
+  ScopedJobFiles files;
+  ScopedControlData control;
+  writable_control_data().release = 12.0;
+  writable_control_data().post.MESH = 1;
+  read_material_cards(files.open_card_text("materials", "1 0 0\n3 0 0 0 1 0 0 0 0\n"), 1);
+  set_output_flags(0, std::vector<int>{});
+  for (int wide : {0, 1, 2}) {
+    SCOPED_TRACE(wide);
+    writable_control_data().WIDE = wide;
+    std::string texts[2];
+    for (int k = 0; k < 2; ++k) {
+      const int code = k == 0 ? 3 : 8;
+      writable_control_data().POST_DATA_FILE = code;
+      write_geometry_file(m.model, find_post_format(code));
+      texts[k] = read_file(files.dir().file("post_geom.nas"));
+    }
+    EXPECT_EQ(texts[1], texts[0]);
+    EXPECT_EQ(texts[1].rfind("BEGIN BULK\n", 0), 0u);
+    EXPECT_NE(texts[1].find("CTETRA"), std::string::npos);
+  }
 }
 
 TEST(PostWriterTable, FormatZeroCallsNothing) {
   ScopedModel m(unit_tetrahedron());
-  const POST_WRITER w = bind_post_writer(0, 0);
+  const POST_WRITER &w = find_post_format(0).writer;
   // Every slot of format 0 goes to a function that leaves the stream alone: a null stream
   // would crash any that wrote.
-  write_sample(w, nullptr, m.model);
-  w.file_end(nullptr);
-  w.line_element_row(nullptr, 1, 1, 2, 1);
-  w.displacement_block_start(nullptr, 1, post_displacement_nodes, 0.0, "DISP - DX, DY, DZ, - NODAL", 3);
-  w.displacement_row(nullptr, 1, 3, std::array<double, 3>{}.data());
-  EXPECT_EQ(sample_text(0, 0), "");
-  EXPECT_EQ(post_format_state().stored_node_no, nullptr);
+  POST_STREAM none{.file = nullptr};
+  write_sample(w, none, m.model);
+  w.file_end(none);
+  w.line_element_row(none, 1, 1, 2, 1);
+  w.displacement_block_start(none, 1, post_displacement_nodes, 0.0, "DISP - DX, DY, DZ, - NODAL", 3);
+  w.displacement_row(none, 1, 3, std::array<double, 3>{}.data());
+  POST_STREAM out;
+  EXPECT_EQ(sample_text(0, 0, out), "");
+  EXPECT_EQ(out.stored.stored_node_no, nullptr);
 
   // With format 0 no geometry file is made, even with MESH selected.
   ScopedJobFiles files;
   ScopedControlData control;
   writable_control_data().POST_DATA_FILE = 0;
   writable_control_data().post.MESH = 1;
-  set_post_writer(w);
-  write_geometry_file(m.model);
+  write_geometry_file(m.model, find_post_format(0));
   EXPECT_FALSE(file_exists(files.dir().file("post_geom")));
 }
 
 TEST(PostWriterEdgeCases, UnvRowOfFourValuesWritesSix) {
-  const POST_WRITER w = bind_post_writer(1, 0);
+  const POST_WRITER &w = find_post_format(1).writer;
   const double values[4] = {1.0, -2.0, 0.25, 3.0};
-  const std::string text = capture([&](std::FILE *s) { w.element_value_row(s, 7, 4, values, 4); });
+  const std::string text = capture([&](std::FILE *s) {
+    POST_STREAM out{.file = s};
+    w.element_value_row(out, 7, 4, values, 4);
+  });
   const std::vector<std::string> lines = split_lines(text);
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0], "         7         6");
@@ -158,12 +234,15 @@ TEST(PostWriterEdgeCases, UnvRowOfFourValuesWritesSix) {
 }
 
 TEST(PostWriterEdgeCases, KswTwentyNodeRowBreaksBehindNodesSixAndFifteen) {
-  const POST_WRITER w = bind_post_writer(4, 0);
+  const POST_WRITER &w = find_post_format(4).writer;
   V_ELEMENT element;
   element.type = find_v_element_type(1); // HEXA_N20E12
   int nodes[20];
   for (int i = 0; i < 20; ++i) nodes[i] = 101 + i; // local node L has the identity 100 + L
-  const std::string text = capture([&](std::FILE *s) { w.volume_element_row(s, 1, element, nodes, 3); });
+  const std::string text = capture([&](std::FILE *s) {
+    POST_STREAM out{.file = s};
+    w.volume_element_row(out, 1, element, nodes, 3);
+  });
   const std::vector<std::string> lines = split_lines(text);
   ASSERT_EQ(lines.size(), 3u);
   // The sheet lists the upper face first: corners 5 6 7 8 1 2 3 4, then the mid nodes of the
@@ -272,7 +351,8 @@ TEST(PostFormats, HyperView) {
 TEST(PostFormats, KswSheet) {
   ScopedControlData control;
   writable_control_data().release = 12.0;
-  const std::string text = sample_text(4, 0);
+  POST_STREAM out;
+  const std::string text = sample_text(4, 0, out);
   const std::vector<std::string> lines = split_lines(text);
   ASSERT_GT(lines.size(), 8u);
   EXPECT_EQ(lines[0], " 1");
@@ -294,7 +374,7 @@ TEST(PostFormats, KswSheet) {
   EXPECT_EQ(lines[22], "         4       5.00000e-01  0.00000e+00 -1.50000e+00");
   EXPECT_EQ(lines[26], "         4       1.25000e+00");
   EXPECT_EQ(lines.back(), "         4       7.00000e+00");
-  EXPECT_EQ(post_format_state().stored_element_no, nullptr); // freed by flush_stored
+  EXPECT_EQ(out.stored.stored_element_no, nullptr); // freed by flush_stored
   EXPECT_STREQ(ksw_label(10), "Dispacement -N-");
 }
 
@@ -375,7 +455,8 @@ void write_mesh_file(ScopedJobFiles &files, const MESHED_MODEL &model, int forma
       std::string("pre_geom") + (input_mesh_file == 2 ? "" : find_mesh_converter(input_mesh_file)->extension);
   std::FILE *stream = std::fopen(files.dir().file(name).c_str(), "w");
   ASSERT_NE(stream, nullptr);
-  write_geometry(model, bind_post_writer(format, wide), stream, false);
+  POST_STREAM out{.file = stream, .wide = wide};
+  write_geometry(model, find_post_format(format).writer, out, false);
   std::fclose(stream);
 }
 
@@ -514,7 +595,8 @@ TEST(GeometryRoundTrip, GmshOpensTheUniversalFile) {
   const std::string unv = files.dir().file("written.unv"), msh = files.dir().file("out.msh");
   std::FILE *stream = std::fopen(unv.c_str(), "w");
   ASSERT_NE(stream, nullptr);
-  write_geometry(original.mesh, bind_post_writer(1, 0), stream, false);
+  POST_STREAM out{.file = stream};
+  write_geometry(original.mesh, find_post_format(1).writer, out, false);
   std::fclose(stream);
   const std::string command = "gmsh -0 '" + unv + "' -o '" + msh + "' -format msh2 > /dev/null 2>&1";
   ASSERT_EQ(std::system(command.c_str()), 0);
@@ -534,8 +616,7 @@ TEST(GeometryFile, SelectedMaterialsOnly) {
   set_output_flags(1, std::vector<int>{2});
   writable_control_data().POST_DATA_FILE = 3;
   writable_control_data().post.MESH = 1;
-  set_post_writer(bind_post_writer(3, 0));
-  write_geometry_file(m.model);
+  write_geometry_file(m.model, find_post_format(3));
   const std::string text = read_file(files.dir().file("post_geom.nas"));
   int hexas = 0, grids = 0;
   for (const std::string &line : split_lines(text)) {

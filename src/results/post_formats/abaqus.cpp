@@ -3,6 +3,8 @@
 //
 // Element types and node orders follow the native code of the element's catalogue type; a type
 // ABAQUS gets no form for here is written as its first-order type.
+#include "results/post_formats/abaqus.hpp"
+
 #include "mesh/model.hpp"
 #include "results/post_formats/post_formats.hpp"
 
@@ -46,39 +48,49 @@ const ABAQUS_ELEMENT *find_element(int code, int no_nodes) {
   return nullptr;
 }
 
-bool is_wide() { return post_format_state().wide != 0; }
-long next_line_number() { return ++post_format_state().line_number; }
-
-void start_file(std::FILE *) { post_format_state().line_number = 0; }
-
-void write_node_list(std::FILE *stream) { std::fprintf(stream, "*NODE, NSET=GLOBAL\n"); }
-
-void write_node(std::FILE *stream, int number, double x, double y, double z) {
-  std::fprintf(stream, is_wide() ? "%8d,%16.8e,%16.8e,%16.8e\n" : "%8d,%13.5e,%13.5e,%13.5e\n", number, x, y,
-               z);
-}
-
-void start_elements(std::FILE *) {
-  post_format_state().element_block_type = nullptr;
-  post_format_state().element_block_property = 0;
-}
+long next_line_number(POST_STREAM &out) { return ++out.line_number; }
 
 // A new "*ELEMENT" list begins wherever the type or the property changes.
-void write_element(std::FILE *stream, int number, const char *type, int property, const int *nodes,
+void write_element(POST_STREAM &out, int number, const char *type, int property, const int *nodes,
                    int no_nodes) {
-  POST_FORMAT_STATE &s = post_format_state();
-  if (s.element_block_type != type || s.element_block_property != property) {
-    std::fprintf(stream, "*ELEMENT, TYPE=%s, ELSET=P%d\n", type, property);
-    s.element_block_type = type;
-    s.element_block_property = property;
+  if (out.element_block_type != type || out.element_block_property != property) {
+    std::fprintf(out.file, "*ELEMENT, TYPE=%s, ELSET=P%d\n", type, property);
+    out.element_block_type = type;
+    out.element_block_property = property;
   }
-  std::fprintf(stream, "%8d", number);
+  std::fprintf(out.file, "%8d", number);
   for (int i = 0; i < no_nodes; ++i)
-    std::fprintf(stream, i > 0 && i % nodes_per_line == 0 ? ",\n%8d" : ",%8d", nodes[i]);
-  std::fprintf(stream, "\n");
+    std::fprintf(out.file, i > 0 && i % nodes_per_line == 0 ? ",\n%8d" : ",%8d", nodes[i]);
+  std::fprintf(out.file, "\n");
 }
 
-void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const int *nodes, int property) {
+void write_result_head(POST_STREAM &out, const char *label) {
+  std::fprintf(out.file, "$TITLE = MAGNETIC ANALYSIS BY TESMORAPRO%32s%8ld\n", " ", next_line_number(out));
+  std::fprintf(out.file, "$SUBTITLE = %-60s%8ld\n", label, next_line_number(out));
+  std::fprintf(out.file, "$LABEL%66s%8ld\n", " ", next_line_number(out));
+  std::fprintf(out.file, "$REAL OUTPUT%60s%8ld\n", " ", next_line_number(out));
+  std::fprintf(out.file, "$SUBCASE ID = 1%57s%8ld\n", " ", next_line_number(out));
+}
+
+} // namespace
+
+namespace abaqus {
+
+void start_file(POST_STREAM &out) { out.line_number = 0; }
+
+void write_node_list(POST_STREAM &out) { std::fprintf(out.file, "*NODE, NSET=GLOBAL\n"); }
+
+void write_node(POST_STREAM &out, int number, double x, double y, double z) {
+  std::fprintf(out.file, out.wide != 0 ? "%8d,%16.8e,%16.8e,%16.8e\n" : "%8d,%13.5e,%13.5e,%13.5e\n", number,
+               x, y, z);
+}
+
+void start_elements(POST_STREAM &out) {
+  out.element_block_type = nullptr;
+  out.element_block_property = 0;
+}
+
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property) {
   const V_ELEMENT_TYPE *type = element.type;
   const ABAQUS_ELEMENT *form = find_element(native_code(*type), type->no_nodes);
   if (!form) {
@@ -88,10 +100,10 @@ void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const
   if (!form) return;
   int ordered[max_element_nodes];
   const int n = order_nodes(form->order.empty() ? type->input_node_order : form->order, nodes, ordered);
-  write_element(stream, number, form->type, property, ordered, n);
+  write_element(out, number, form->type, property, ordered, n);
 }
 
-void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, const int *nodes, int property) {
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property) {
   const S_ELEMENT_TYPE *type = element.type;
   const ABAQUS_ELEMENT *form = find_element(native_code(*type), type->no_nodes);
   if (!form) {
@@ -101,73 +113,45 @@ void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, cons
   if (!form) return;
   int ordered[max_face_nodes];
   const int n = order_nodes(form->order.empty() ? type->input_node_order : form->order, nodes, ordered);
-  write_element(stream, number, form->type, property, ordered, n);
+  write_element(out, number, form->type, property, ordered, n);
 }
 
-void write_line(std::FILE *stream, int number, int node1, int node2, int property) {
+void write_line(POST_STREAM &out, int number, int node1, int node2, int property) {
   const int nodes[2] = {node1, node2};
-  write_element(stream, number, "B31", property, nodes, 2);
+  write_element(out, number, "B31", property, nodes, 2);
 }
 
-void write_result_head(std::FILE *stream, const char *label) {
-  std::fprintf(stream, "$TITLE = MAGNETIC ANALYSIS BY TESMORAPRO%32s%8ld\n", " ", next_line_number());
-  std::fprintf(stream, "$SUBTITLE = %-60s%8ld\n", label, next_line_number());
-  std::fprintf(stream, "$LABEL%66s%8ld\n", " ", next_line_number());
-  std::fprintf(stream, "$REAL OUTPUT%60s%8ld\n", " ", next_line_number());
-  std::fprintf(stream, "$SUBCASE ID = 1%57s%8ld\n", " ", next_line_number());
+void write_element_head(POST_STREAM &out, int, int code, double, const char *label, int) {
+  write_result_head(out, label);
+  std::fprintf(out.file, "$ELEMENT TYPE = %d%55s%8ld\n", code, " ", next_line_number(out));
 }
 
-void write_element_head(std::FILE *stream, int, int code, double, const char *label, int) {
-  write_result_head(stream, label);
-  std::fprintf(stream, "$ELEMENT TYPE = %d%55s%8ld\n", code, " ", next_line_number());
+void write_node_head(POST_STREAM &out, int, int, double, const char *label, int) {
+  write_result_head(out, label);
 }
 
-void write_node_head(std::FILE *stream, int, int, double, const char *label, int) {
-  write_result_head(stream, label);
-}
-
-void write_step(std::FILE *stream, int, int, double time) {
-  std::fprintf(stream, "$TIME STEP = %13.5e%46s%8ld\n", time, " ", next_line_number());
+void write_step(POST_STREAM &out, int, int, double time) {
+  std::fprintf(out.file, "$TIME STEP = %13.5e%46s%8ld\n", time, " ", next_line_number(out));
 }
 
 // The number, then the values three to a line; each line padded to the running number's column.
-void write_values(std::FILE *stream, int number, int count, const double *values) {
+void write_values(POST_STREAM &out, int number, int count, const double *values) {
   int j = 0;
   do {
     int used = 24;
     if (j == 0)
-      std::fprintf(stream, "%12d%12s", number, "");
+      std::fprintf(out.file, "%12d%12s", number, "");
     else
-      std::fprintf(stream, "-CONT-                  ");
+      std::fprintf(out.file, "-CONT-                  ");
     for (int k = 0; k < values_per_line && j < count; ++k, ++j, used += 16)
-      std::fprintf(stream, "%16.5e", values[j]);
-    std::fprintf(stream, "%*s%8ld\n", line_number_column - used, "", next_line_number());
+      std::fprintf(out.file, "%16.5e", values[j]);
+    std::fprintf(out.file, "%*s%8ld\n", line_number_column - used, "", next_line_number(out));
   } while (j < count);
 }
 
-void write_element_values(std::FILE *stream, int number, int count, const double *values, int) {
-  write_values(stream, number, count, values);
+void write_element_values(POST_STREAM &out, int number, int count, const double *values, int) {
+  write_values(out, number, count, values);
 }
 
-} // namespace
-
-POST_WRITER abaqus_post_writer() {
-  POST_WRITER w = silent_post_writer();
-  w.file_start = start_file;
-  w.nodes_start = write_node_list;
-  w.node_row = write_node;
-  w.elements_start = start_elements;
-  w.volume_element_row = write_volume;
-  w.surface_element_row = write_surface;
-  w.line_element_row = write_line;
-  w.step_start = write_step;
-  w.element_block_start = write_element_head;
-  w.node_block_start = write_node_head;
-  w.displacement_block_start = write_node_head;
-  w.node_value_row = write_values;
-  w.element_value_row = write_element_values;
-  w.displacement_row = write_values;
-  return w;
-}
-
+} // namespace abaqus
 } // namespace tesmora

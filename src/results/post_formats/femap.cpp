@@ -4,6 +4,8 @@
 // An element is a degenerate brick of 20 node slots: a tetrahedron leaves slot 4 empty, a wedge
 // slot 4 and slot 8, and the mid nodes take the brick's mid-node slots. Topology is the catalogue
 // type's neutral_code; the element type is a solid or a plate, linear or parabolic.
+#include "results/post_formats/femap.hpp"
+
 #include "mesh/model.hpp"
 #include "results/post_formats/post_formats.hpp"
 
@@ -46,33 +48,16 @@ constexpr FEMAP_SHAPE femap_shapes[] = {
     {6, false, 3, triangle_slots},
 };
 
-bool is_wide() { return post_format_state().wide != 0; }
+void write_block_number(POST_STREAM &out, int block) { std::fprintf(out.file, "   -1\n%6d\n", block); }
 
-void write_block_number(std::FILE *stream, int block) { std::fprintf(stream, "   -1\n%6d\n", block); }
-void write_end(std::FILE *stream) { std::fprintf(stream, "   -1\n"); }
-
-void write_header(std::FILE *stream) {
-  write_block_number(stream, 100);
-  std::fprintf(stream, "<NULL>\n4.41,\n");
-  write_end(stream);
-}
-
-void write_node_block(std::FILE *stream) { write_block_number(stream, 403); }
-
-void write_node(std::FILE *stream, int number, double x, double y, double z) {
-  std::fprintf(stream, "%d,0,0,1,46,0,0,0,0,0,0,", number);
-  std::fprintf(stream, "%13.5e,%13.5e,%13.5e,\n", x, y, z);
-}
-
-void write_element_block(std::FILE *stream) { write_block_number(stream, 404); }
-
-void write_element(std::FILE *stream, int number, int property, int type, int topology, const int *slots) {
-  std::fprintf(stream, "%d,124,%d,%d,%d,1,0,0,\n", number, property, type, topology);
+void write_element(POST_STREAM &out, int number, int property, int type, int topology, const int *slots) {
+  std::fprintf(out.file, "%d,124,%d,%d,%d,1,0,0,\n", number, property, type, topology);
   for (int line = 0; line < 2; ++line) {
-    for (int i = 0; i < femap_slots / 2; ++i) std::fprintf(stream, "%d,", slots[line * femap_slots / 2 + i]);
-    std::fprintf(stream, "\n");
+    for (int i = 0; i < femap_slots / 2; ++i)
+      std::fprintf(out.file, "%d,", slots[line * femap_slots / 2 + i]);
+    std::fprintf(out.file, "\n");
   }
-  std::fprintf(stream, "0.,0.,0.,\n0.,0.,0.,\n0.,0.,0.,\n0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,\n");
+  std::fprintf(out.file, "0.,0.,0.,\n0.,0.,0.,\n0.,0.,0.,\n0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,\n");
 }
 
 // Fills the 20 slots of a shape; null for a shape FEMAP has no topology for here.
@@ -85,10 +70,71 @@ const FEMAP_SHAPE *fill_slots(int no_nodes, bool volume, const int *nodes, int *
   return nullptr;
 }
 
+// One output vector of block 451: component `j` of the stored rows. Vector ids count from 1 for
+// the element side and from 101 for the node side; a magnitude names its three components.
+void write_vector(POST_STREAM &out, int step, const char *name, bool elements, int j) {
+  const POST_STORED_SET &s = out.stored;
+  const int rows = elements ? s.no_stored_elements : s.no_stored_nodes;
+  const int per_row = elements ? s.per_element : s.per_node;
+  const int id = (elements ? 1 : 101) + j;
+  std::fprintf(out.file, "%d, %d,1,\n", step, id);
+  std::fprintf(out.file, elements ? "%s-elem-%d\n" : "%s-node-%d\n", name, j + 1);
+  std::fprintf(out.file, "0.,-1.,0.,\n");
+  if (j == 3)
+    std::fprintf(out.file, "%d,%d,%d,0,0,0,0,0,0,0,\n", id - 3, id - 2, id - 1);
+  else
+    std::fprintf(out.file, "%d,0,0,0,0,0,0,0,0,0,\n", id);
+  std::fprintf(out.file, "0,0,0,0,0,0,0,0,0,0,\n");
+  std::fprintf(out.file, elements ? "0,0,3,8,\n" : "0,0,3,7,\n");
+  std::fprintf(out.file, j == 3 ? "1,1,1,\n" : "0,1,1,\n");
+  for (int r = 0; r < rows; ++r) {
+    const std::size_t at =
+        static_cast<std::size_t>(r) * static_cast<std::size_t>(per_row) + static_cast<std::size_t>(j);
+    std::fprintf(out.file, "%d, %13.5e,\n", elements ? s.stored_element_no[r] : s.stored_node_no[r],
+                 elements ? s.stored_element_data[at] : s.stored_node_dat[at]);
+  }
+  std::fprintf(out.file, "-1,0.,\n");
+}
+
+// Block 1051: one row per entity with its number, its count of values and the values.
+void write_rows(POST_STREAM &out, bool elements) {
+  const POST_STORED_SET &s = out.stored;
+  const int rows = elements ? s.no_stored_elements : s.no_stored_nodes;
+  const int per_row = elements ? s.per_element : s.per_node;
+  for (int r = 0; r < rows; ++r) {
+    std::fprintf(out.file, "%d,%d,", elements ? s.stored_element_no[r] : s.stored_node_no[r], per_row);
+    const double *v = (elements ? s.stored_element_data : s.stored_node_dat) +
+                      static_cast<std::size_t>(r) * static_cast<std::size_t>(per_row);
+    for (int j = 0; j < per_row; ++j) std::fprintf(out.file, "%.8e,", v[j]);
+    std::fprintf(out.file, "\n");
+  }
+}
+
+} // namespace
+
+namespace femap {
+
+void write_end(POST_STREAM &out) { std::fprintf(out.file, "   -1\n"); }
+
+void write_header(POST_STREAM &out) {
+  write_block_number(out, 100);
+  std::fprintf(out.file, "<NULL>\n4.41,\n");
+  write_end(out);
+}
+
+void write_node_block(POST_STREAM &out) { write_block_number(out, 403); }
+
+void write_node(POST_STREAM &out, int number, double x, double y, double z) {
+  std::fprintf(out.file, "%d,0,0,1,46,0,0,0,0,0,0,", number);
+  std::fprintf(out.file, "%13.5e,%13.5e,%13.5e,\n", x, y, z);
+}
+
+void write_element_block(POST_STREAM &out) { write_block_number(out, 404); }
+
 // The topology is the catalogue's neutral code, except for a type in a collapsed file form (a
 // pyramid stored as a wedge), which goes as its true shape. Types FEMAP has no shape for (27-node
 // bricks, 13-node pyramids) go as their first-order type.
-void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const int *nodes, int property) {
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property) {
   const V_ELEMENT_TYPE *type = element.type;
   int slots[femap_slots] = {};
   const FEMAP_SHAPE *shape = fill_slots(type->no_nodes, true, nodes, slots);
@@ -99,102 +145,43 @@ void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const
   if (!shape) return;
   const bool own_form = type->no_nodes_in_file == type->no_nodes && type->neutral_code >= 0;
   const int kind = type->linear_type == type->id ? femap_linear_solid : femap_parabolic_solid;
-  write_element(stream, number, property, kind, own_form ? type->neutral_code : shape->topology, slots);
+  write_element(out, number, property, kind, own_form ? type->neutral_code : shape->topology, slots);
 }
 
 // A 6-node triangle has no neutral code in the catalogue and goes by the shape's topology.
-void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, const int *nodes, int property) {
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property) {
   const S_ELEMENT_TYPE *type = element.type;
   int slots[femap_slots] = {};
   const FEMAP_SHAPE *shape = fill_slots(type->no_nodes, false, nodes, slots);
   if (!shape) return;
   const int kind = type->linear_type == type->id ? femap_linear_plate : femap_parabolic_plate;
-  write_element(stream, number, property, kind,
-                type->neutral_code >= 0 ? type->neutral_code : shape->topology, slots);
+  write_element(out, number, property, kind, type->neutral_code >= 0 ? type->neutral_code : shape->topology,
+                slots);
 }
 
-void write_step(std::FILE *stream, int step, int, double time) {
-  write_block_number(stream, 450);
-  std::fprintf(stream, "%d,\n", step);
-  std::fprintf(stream, "STEP:%d Time:%12.5e\n", step, time);
-  std::fprintf(stream, "0,3,\n%12.5e,\n1,\n<NULL>\n", time);
-  write_end(stream);
+void write_step(POST_STREAM &out, int step, int, double time) {
+  write_block_number(out, 450);
+  std::fprintf(out.file, "%d,\n", step);
+  std::fprintf(out.file, "STEP:%d Time:%12.5e\n", step, time);
+  std::fprintf(out.file, "0,3,\n%12.5e,\n1,\n<NULL>\n", time);
+  write_end(out);
 }
 
-// One output vector of block 451: component `j` of the stored rows. Vector ids count from 1 for
-// the element side and from 101 for the node side; a magnitude names its three components.
-void write_vector(std::FILE *stream, int step, const char *name, bool elements, int j) {
-  const POST_FORMAT_STATE &s = post_format_state();
-  const int rows = elements ? s.no_stored_elements : s.no_stored_nodes;
-  const int per_row = elements ? s.per_element : s.per_node;
-  const int id = (elements ? 1 : 101) + j;
-  std::fprintf(stream, "%d, %d,1,\n", step, id);
-  std::fprintf(stream, elements ? "%s-elem-%d\n" : "%s-node-%d\n", name, j + 1);
-  std::fprintf(stream, "0.,-1.,0.,\n");
-  if (j == 3)
-    std::fprintf(stream, "%d,%d,%d,0,0,0,0,0,0,0,\n", id - 3, id - 2, id - 1);
-  else
-    std::fprintf(stream, "%d,0,0,0,0,0,0,0,0,0,\n", id);
-  std::fprintf(stream, "0,0,0,0,0,0,0,0,0,0,\n");
-  std::fprintf(stream, elements ? "0,0,3,8,\n" : "0,0,3,7,\n");
-  std::fprintf(stream, j == 3 ? "1,1,1,\n" : "0,1,1,\n");
-  for (int r = 0; r < rows; ++r) {
-    const std::size_t at =
-        static_cast<std::size_t>(r) * static_cast<std::size_t>(per_row) + static_cast<std::size_t>(j);
-    std::fprintf(stream, "%d, %13.5e,\n", elements ? s.stored_element_no[r] : s.stored_node_no[r],
-                 elements ? s.stored_element_data[at] : s.stored_node_dat[at]);
-  }
-  std::fprintf(stream, "-1,0.,\n");
-}
-
-// Block 1051: one row per entity with its number, its count of values and the values.
-void write_rows(std::FILE *stream, bool elements) {
-  const POST_FORMAT_STATE &s = post_format_state();
-  const int rows = elements ? s.no_stored_elements : s.no_stored_nodes;
-  const int per_row = elements ? s.per_element : s.per_node;
-  for (int r = 0; r < rows; ++r) {
-    std::fprintf(stream, "%d,%d,", elements ? s.stored_element_no[r] : s.stored_node_no[r], per_row);
-    const double *v = (elements ? s.stored_element_data : s.stored_node_dat) +
-                      static_cast<std::size_t>(r) * static_cast<std::size_t>(per_row);
-    for (int j = 0; j < per_row; ++j) std::fprintf(stream, "%.8e,", v[j]);
-    std::fprintf(stream, "\n");
-  }
-}
-
-void write_stored(std::FILE *stream, int step, const char *name, int, double) {
-  const POST_FORMAT_STATE &s = post_format_state();
-  write_block_number(stream, is_wide() ? 1051 : 451);
+void write_stored(POST_STREAM &out, int step, const char *name, int, double) {
+  const POST_STORED_SET &s = out.stored;
+  write_block_number(out, out.wide != 0 ? 1051 : 451);
   for (bool elements : {true, false}) {
     if ((elements ? s.no_stored_elements : s.no_stored_nodes) == 0) continue;
-    if (is_wide()) {
-      write_rows(stream, elements);
+    if (out.wide != 0) {
+      write_rows(out, elements);
       continue;
     }
     for (int j = 0; j < (elements ? s.per_element : s.per_node); ++j)
-      write_vector(stream, step, name, elements, j);
+      write_vector(out, step, name, elements, j);
   }
-  write_end(stream);
-  free_stored();
+  write_end(out);
+  free_stored(out);
 }
 
-} // namespace
-
-POST_WRITER femap_post_writer() {
-  POST_WRITER w = silent_post_writer();
-  w.file_start = write_header;
-  w.nodes_start = write_node_block;
-  w.node_row = write_node;
-  w.block_end = write_end;
-  w.elements_start = write_element_block;
-  w.volume_element_row = write_volume;
-  w.surface_element_row = write_surface;
-  w.step_start = write_step;
-  w.node_value_row = store_node_values;
-  w.element_value_row = store_element_values;
-  w.displacement_row = store_node_values;
-  w.flush_stored = write_stored;
-  w.set_counts = allocate_stored;
-  return w;
-}
-
+} // namespace femap
 } // namespace tesmora

@@ -4,6 +4,8 @@
 // A result block holds one vector (three components) or one scalar; a data set of four or five
 // values per row gives the vector, its magnitude, and the quantity's scalar (Q, PHI, FLUX) as
 // blocks of their own, each headed by its component count, its row count and its label.
+#include "results/post_formats/ksw.hpp"
+
 #include "input/control_data.hpp"
 #include "mesh/model.hpp"
 #include "results/post_formats/post_formats.hpp"
@@ -89,91 +91,49 @@ int scalar_code(int code) {
 
 constexpr int ksw_column_breaks[] = {6, 15}; // a new line begins behind these nodes
 
-void write_head(std::FILE *stream) {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  std::fprintf(stream, " 1\n");
-  std::fprintf(stream, "VERSION %5.1f DATE %4d/%02d/%02d TIME %2d:%02d:%02d\n", control_data().release,
-               local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-               local.tm_sec);
-  std::fprintf(stream, " 2\n ***** Tesmora Results *****\n 3\n \n");
-}
-
-void write_node(std::FILE *stream, int number, double x, double y, double z) {
-  std::fprintf(stream, "  %8d       0       0  000000       %13.5e%13.5e%13.5e\n", number, x, y, z);
-}
-
-void write_element(std::FILE *stream, int number, int type, int property, const int *nodes, int no_nodes) {
-  std::fprintf(stream, "  %8d%6d%8d%8d", number, type, property, no_nodes);
+void write_element(POST_STREAM &out, int number, int type, int property, const int *nodes, int no_nodes) {
+  std::fprintf(out.file, "  %8d%6d%8d%8d", number, type, property, no_nodes);
   for (int i = 0; i < no_nodes; ++i) {
     for (int b : ksw_column_breaks)
-      if (i == b) std::fprintf(stream, "\n        ");
-    std::fprintf(stream, "%8d", nodes[i]);
+      if (i == b) std::fprintf(out.file, "\n        ");
+    std::fprintf(out.file, "%8d", nodes[i]);
   }
-  std::fprintf(stream, "\n");
-}
-
-void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const int *nodes, int property) {
-  int ordered[max_element_nodes];
-  const int n = order_nodes(element.type->node_order_3, nodes, ordered);
-  write_element(stream, number, element.type->no_nodes, property, ordered, n);
-}
-
-void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, const int *nodes, int property) {
-  int ordered[max_face_nodes];
-  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
-  write_element(stream, number, element.type->no_nodes, property, ordered, n);
-}
-
-void write_line(std::FILE *stream, int number, int node1, int node2, int property) {
-  const int nodes[2] = {node1, node2};
-  write_element(stream, number, 2, property, nodes, 2);
+  std::fprintf(out.file, "\n");
 }
 
 // One block: values first..first+width-1 of each stored row.
-void write_block(std::FILE *stream, bool elements, int label_code, int first, int width, double time) {
-  const POST_FORMAT_STATE &s = post_format_state();
+void write_block(POST_STREAM &out, bool elements, int label_code, int first, int width, double time) {
+  const POST_STORED_SET &s = out.stored;
   const int rows = elements ? s.no_stored_elements : s.no_stored_nodes;
   const int per_row = elements ? s.per_element : s.per_node;
-  std::fprintf(stream, "%2d%8d %s\n", width, rows, ksw_label(label_code));
-  std::fprintf(stream, "         1     4\n");
-  std::fprintf(stream, "  %13.5e\n", time);
+  std::fprintf(out.file, "%2d%8d %s\n", width, rows, ksw_label(label_code));
+  std::fprintf(out.file, "         1     4\n");
+  std::fprintf(out.file, "  %13.5e\n", time);
   for (int r = 0; r < rows; ++r) {
     const double *v = (elements ? s.stored_element_data : s.stored_node_dat) +
                       static_cast<std::size_t>(r) * static_cast<std::size_t>(per_row) +
                       static_cast<std::size_t>(first);
     if (elements)
-      std::fprintf(stream, "  %8d%6d            ", s.stored_element_no[r], s.stored_element_type[r]);
+      std::fprintf(out.file, "  %8d%6d            ", s.stored_element_no[r], s.stored_element_type[r]);
     else
-      std::fprintf(stream, "  %8d     ", s.stored_node_no[r]);
-    for (int j = 0; j < width; ++j) std::fprintf(stream, "%13.5e", v[j]);
-    std::fprintf(stream, "\n");
+      std::fprintf(out.file, "  %8d     ", s.stored_node_no[r]);
+    for (int j = 0; j < width; ++j) std::fprintf(out.file, "%13.5e", v[j]);
+    std::fprintf(out.file, "\n");
   }
 }
 
 // The blocks of one side (elements or nodes) of a data set.
-void write_blocks(std::FILE *stream, bool elements, int code, double time) {
-  const POST_FORMAT_STATE &s = post_format_state();
+void write_blocks(POST_STREAM &out, bool elements, int code, double time) {
+  const POST_STORED_SET &s = out.stored;
   const int per_row = elements ? s.per_element : s.per_node;
   if ((elements ? s.no_stored_elements : s.no_stored_nodes) == 0 || per_row <= 0) return;
   if (is_scalar_code(code)) {
     for (int j = 0; j < per_row; ++j)
-      write_block(stream, elements, j == 0 ? code : scalar_code(code), j, 1, time);
+      write_block(out, elements, j == 0 ? code : scalar_code(code), j, 1, time);
     return;
   }
-  write_block(stream, elements, code, 0, per_row < 3 ? per_row : 3, time);
-  for (int j = 3; j < per_row; ++j)
-    write_block(stream, elements, j == 3 ? code : scalar_code(code), j, 1, time);
-}
-
-// The code given is that of the data set; its element and node sides take their own codes.
-void write_stored(std::FILE *stream, int, const char *, int code, double time) {
-  const int element_code = is_node_code(code) && code != 10 && code != 15 ? code - 1 : code;
-  const bool has_node_side = !is_node_code(element_code) && is_node_code(element_code + 1);
-  write_blocks(stream, true, element_code, time);
-  write_blocks(stream, false, has_node_side ? element_code + 1 : element_code, time);
-  free_stored();
+  write_block(out, elements, code, 0, per_row < 3 ? per_row : 3, time);
+  for (int j = 3; j < per_row; ++j) write_block(out, elements, j == 3 ? code : scalar_code(code), j, 1, time);
 }
 
 } // namespace
@@ -184,19 +144,48 @@ const char *ksw_label(int code) {
   return "";
 }
 
-POST_WRITER ksw_post_writer() {
-  POST_WRITER w = silent_post_writer();
-  w.file_start = write_head;
-  w.node_row = write_node;
-  w.volume_element_row = write_volume;
-  w.surface_element_row = write_surface;
-  w.line_element_row = write_line;
-  w.node_value_row = store_node_values;
-  w.element_value_row = store_element_values;
-  w.displacement_row = store_node_values;
-  w.flush_stored = write_stored;
-  w.set_counts = allocate_stored;
-  return w;
+namespace ksw {
+
+void write_head(POST_STREAM &out) {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  std::fprintf(out.file, " 1\n");
+  std::fprintf(out.file, "VERSION %5.1f DATE %4d/%02d/%02d TIME %2d:%02d:%02d\n", control_data().release,
+               local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+               local.tm_sec);
+  std::fprintf(out.file, " 2\n ***** Tesmora Results *****\n 3\n \n");
 }
 
+void write_node(POST_STREAM &out, int number, double x, double y, double z) {
+  std::fprintf(out.file, "  %8d       0       0  000000       %13.5e%13.5e%13.5e\n", number, x, y, z);
+}
+
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property) {
+  int ordered[max_element_nodes];
+  const int n = order_nodes(element.type->node_order_3, nodes, ordered);
+  write_element(out, number, element.type->no_nodes, property, ordered, n);
+}
+
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property) {
+  int ordered[max_face_nodes];
+  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
+  write_element(out, number, element.type->no_nodes, property, ordered, n);
+}
+
+void write_line(POST_STREAM &out, int number, int node1, int node2, int property) {
+  const int nodes[2] = {node1, node2};
+  write_element(out, number, 2, property, nodes, 2);
+}
+
+// The code given is that of the data set; its element and node sides take their own codes.
+void write_stored(POST_STREAM &out, int, const char *, int code, double time) {
+  const int element_code = is_node_code(code) && code != 10 && code != 15 ? code - 1 : code;
+  const bool has_node_side = !is_node_code(element_code) && is_node_code(element_code + 1);
+  write_blocks(out, true, element_code, time);
+  write_blocks(out, false, has_node_side ? element_code + 1 : element_code, time);
+  free_stored(out);
+}
+
+} // namespace ksw
 } // namespace tesmora

@@ -3,6 +3,8 @@
 // Narrow output uses small fields of 8 columns, any WIDE setting the large fields of 16 with a
 // star after the card name. Element names and node orders follow the native code of the element's
 // catalogue type; a type NASTRAN has no card for is written as its first-order type.
+#include "results/post_formats/nastran.hpp"
+
 #include "mesh/model.hpp"
 #include "results/post_formats/post_formats.hpp"
 
@@ -44,41 +46,23 @@ const NASTRAN_CARD *find_card(int code) {
   return nullptr;
 }
 
-bool is_wide() { return post_format_state().wide != 0; }
-
-void write_begin_bulk(std::FILE *stream) { std::fprintf(stream, "BEGIN BULK\n"); }
-void write_enddata(std::FILE *stream) { std::fprintf(stream, "ENDDATA\n"); }
-
-void write_grid(std::FILE *stream, int number, double x, double y, double z) {
-  if (!is_wide()) {
-    std::fprintf(stream, "GRID    %8d%8d%8.5f%8.5f%8.5f%8d%8d\n", number, 0, x, y, z, 0, 0);
-    return;
-  }
-  // The continuation mark: "*G" and six characters of the node number, on both lines.
-  char mark[16];
-  std::snprintf(mark, sizeof mark, "%06d", number % 1000000);
-  std::fprintf(stream, "GRID*   %16d%16d%16.7e%16.7e", number, 0, x, y);
-  std::fprintf(stream, "*G%s\n*G%s", mark, mark);
-  std::fprintf(stream, "%16.7e%16d\n", z, 0);
-}
-
 // Card name, number and property, then node fields: 6 small or 2 large ones on the first line, 8
 // or 4 on each continuation line behind its 8-column mark.
-void write_card(std::FILE *stream, const char *name, int number, int property, const int *nodes,
+void write_card(POST_STREAM &out, const char *name, int number, int property, const int *nodes,
                 int no_nodes) {
-  const bool wide = is_wide();
+  const bool wide = out.wide != 0;
   const int width = wide ? 16 : 8;
   const int per_line = wide ? 4 : 8;
-  std::fprintf(stream, wide ? "%8s%16d%16d" : "%8s%8d%8d", name, number, property);
+  std::fprintf(out.file, wide ? "%8s%16d%16d" : "%8s%8d%8d", name, number, property);
   int field = 2;
   for (int i = 0; i < no_nodes; ++i, ++field) {
     if (field == per_line) {
-      std::fprintf(stream, wide ? "\n*       " : "\n+       ");
+      std::fprintf(out.file, wide ? "\n*       " : "\n+       ");
       field = 0;
     }
-    std::fprintf(stream, "%*d", width, nodes[i]);
+    std::fprintf(out.file, "%*d", width, nodes[i]);
   }
-  std::fprintf(stream, "\n");
+  std::fprintf(out.file, "\n");
 }
 
 // The card of a type, when it has one that covers its nodes.
@@ -87,50 +71,11 @@ const NASTRAN_CARD *card_of(int code, int no_nodes) {
   return card && static_cast<int>(card->order.size()) <= no_nodes ? card : nullptr;
 }
 
-void write_element(std::FILE *stream, int number, const NASTRAN_CARD &card, std::span<const int> file_order,
+void write_element(POST_STREAM &out, int number, const NASTRAN_CARD &card, std::span<const int> file_order,
                    const int *nodes, int property) {
   int ordered[max_element_nodes];
   const int n = order_nodes(card.order.empty() ? file_order : card.order, nodes, ordered);
-  write_card(stream, is_wide() ? card.long_name : card.name, number, property, ordered, n);
-}
-
-// A 27-node brick is written by the 20 nodes of its serendipity form, a 13-node pyramid by its
-// corners.
-void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const int *nodes, int property) {
-  const V_ELEMENT_TYPE *type = element.type;
-  const NASTRAN_CARD *card = card_of(native_code(*type), type->no_nodes);
-  if (!card) {
-    type = find_v_element_type(type->linear_type);
-    card = card_of(native_code(*type), type->no_nodes);
-  }
-  if (card) write_element(stream, number, *card, type->input_node_order, nodes, property);
-}
-
-void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, const int *nodes, int property) {
-  const S_ELEMENT_TYPE *type = element.type;
-  const NASTRAN_CARD *card = card_of(native_code(*type), type->no_nodes);
-  if (!card) {
-    type = find_s_element_type(type->linear_type);
-    card = card_of(native_code(*type), type->no_nodes);
-  }
-  if (card) write_element(stream, number, *card, type->input_node_order, nodes, property);
-}
-
-void write_bar(std::FILE *stream, int number, int node1, int node2, int property) {
-  const int nodes[2] = {node1, node2};
-  write_card(stream, is_wide() ? "CBAR*" : "CBAR", number, property, nodes, 2);
-}
-
-// HyperView ASCII results.
-
-void write_altair_head(std::FILE *stream) {
-  std::fprintf(stream, "ALTAIR ASCII FILE\n");
-  std::fprintf(stream, "$TITLE   = $TITLE = ELECTROMAGNETIC ANALYSIS BY TESMORAPRO\n");
-  std::fprintf(stream, "$SUBCASE = 1\tSubcase 1\n");
-}
-
-void write_time(std::FILE *stream, int, int, double time) {
-  std::fprintf(stream, is_wide() ? "$TIME = %18.9e\n" : "$TIME = %12.3e\n", time);
+  write_card(out, out.wide != 0 ? card.long_name : card.name, number, property, ordered, n);
 }
 
 // The result-type line of a data-set code; null for codes HyperView gets no line for.
@@ -172,54 +117,91 @@ const char *result_type_line(int code) {
   }
 }
 
-void write_binding(std::FILE *stream, const char *binding, int code) {
-  std::fprintf(stream, "$BINDING = %s\n", binding);
-  std::fprintf(stream, "$COLUMN_INFO = ENTITY_ID\n");
-  if (const char *line = result_type_line(code)) std::fprintf(stream, "%s", line);
-}
-
-void write_element_binding(std::FILE *stream, int, int code, double, const char *, int) {
-  write_binding(stream, "ELEMENT", code);
-}
-
-void write_node_binding(std::FILE *stream, int, int code, double, const char *, int) {
-  write_binding(stream, "NODE", code);
-}
-
-void write_hyperview_values(std::FILE *stream, int number, int count, const double *values) {
-  std::fprintf(stream, "%8d ", number);
-  for (int j = 0; j < count; ++j) std::fprintf(stream, is_wide() ? "%17.8e" : "%14.5e", values[j]);
-  std::fprintf(stream, "\n");
-}
-
-void write_hyperview_element_values(std::FILE *stream, int number, int count, const double *values, int) {
-  write_hyperview_values(stream, number, count, values);
+void write_binding(POST_STREAM &out, const char *binding, int code) {
+  std::fprintf(out.file, "$BINDING = %s\n", binding);
+  std::fprintf(out.file, "$COLUMN_INFO = ENTITY_ID\n");
+  if (const char *line = result_type_line(code)) std::fprintf(out.file, "%s", line);
 }
 
 } // namespace
 
-POST_WRITER nastran_post_writer() {
-  POST_WRITER w = silent_post_writer();
-  w.file_end = write_enddata;
-  w.nodes_start = write_begin_bulk;
-  w.node_row = write_grid;
-  w.volume_element_row = write_volume;
-  w.surface_element_row = write_surface;
-  w.line_element_row = write_bar;
-  return w;
+namespace nastran {
+
+void write_begin_bulk(POST_STREAM &out) { std::fprintf(out.file, "BEGIN BULK\n"); }
+void write_enddata(POST_STREAM &out) { std::fprintf(out.file, "ENDDATA\n"); }
+
+void write_grid(POST_STREAM &out, int number, double x, double y, double z) {
+  if (out.wide == 0) {
+    std::fprintf(out.file, "GRID    %8d%8d%8.5f%8.5f%8.5f%8d%8d\n", number, 0, x, y, z, 0, 0);
+    return;
+  }
+  // The continuation mark: "*G" and six characters of the node number, on both lines.
+  char mark[16];
+  std::snprintf(mark, sizeof mark, "%06d", number % 1000000);
+  std::fprintf(out.file, "GRID*   %16d%16d%16.7e%16.7e", number, 0, x, y);
+  std::fprintf(out.file, "*G%s\n*G%s", mark, mark);
+  std::fprintf(out.file, "%16.7e%16d\n", z, 0);
 }
 
-POST_WRITER hyperview_post_writer() {
-  POST_WRITER w = nastran_post_writer();
-  w.file_start = write_altair_head;
-  w.step_start = write_time;
-  w.element_block_start = write_element_binding;
-  w.node_block_start = write_node_binding;
-  w.displacement_block_start = write_node_binding;
-  w.node_value_row = write_hyperview_values;
-  w.element_value_row = write_hyperview_element_values;
-  w.displacement_row = write_hyperview_values;
-  return w;
+// A 27-node brick is written by the 20 nodes of its serendipity form, a 13-node pyramid by its
+// corners.
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property) {
+  const V_ELEMENT_TYPE *type = element.type;
+  const NASTRAN_CARD *card = card_of(native_code(*type), type->no_nodes);
+  if (!card) {
+    type = find_v_element_type(type->linear_type);
+    card = card_of(native_code(*type), type->no_nodes);
+  }
+  if (card) write_element(out, number, *card, type->input_node_order, nodes, property);
 }
 
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property) {
+  const S_ELEMENT_TYPE *type = element.type;
+  const NASTRAN_CARD *card = card_of(native_code(*type), type->no_nodes);
+  if (!card) {
+    type = find_s_element_type(type->linear_type);
+    card = card_of(native_code(*type), type->no_nodes);
+  }
+  if (card) write_element(out, number, *card, type->input_node_order, nodes, property);
+}
+
+void write_bar(POST_STREAM &out, int number, int node1, int node2, int property) {
+  const int nodes[2] = {node1, node2};
+  write_card(out, out.wide != 0 ? "CBAR*" : "CBAR", number, property, nodes, 2);
+}
+
+} // namespace nastran
+
+// HyperView ASCII results.
+namespace hyperview {
+
+void write_altair_head(POST_STREAM &out) {
+  std::fprintf(out.file, "ALTAIR ASCII FILE\n");
+  std::fprintf(out.file, "$TITLE   = $TITLE = ELECTROMAGNETIC ANALYSIS BY TESMORAPRO\n");
+  std::fprintf(out.file, "$SUBCASE = 1\tSubcase 1\n");
+}
+
+void write_time(POST_STREAM &out, int, int, double time) {
+  std::fprintf(out.file, out.wide != 0 ? "$TIME = %18.9e\n" : "$TIME = %12.3e\n", time);
+}
+
+void write_element_binding(POST_STREAM &out, int, int code, double, const char *, int) {
+  write_binding(out, "ELEMENT", code);
+}
+
+void write_node_binding(POST_STREAM &out, int, int code, double, const char *, int) {
+  write_binding(out, "NODE", code);
+}
+
+void write_values(POST_STREAM &out, int number, int count, const double *values) {
+  std::fprintf(out.file, "%8d ", number);
+  for (int j = 0; j < count; ++j) std::fprintf(out.file, out.wide != 0 ? "%17.8e" : "%14.5e", values[j]);
+  std::fprintf(out.file, "\n");
+}
+
+void write_element_values(POST_STREAM &out, int number, int count, const double *values, int) {
+  write_values(out, number, count, values);
+}
+
+} // namespace hyperview
 } // namespace tesmora

@@ -4,10 +4,12 @@
 //
 // Nodes of an element go in the native file order (the type's input_node_order) behind the native
 // code, eight integers to a line as the "(8I8)" head says.
+#include "results/post_formats/neutral.hpp"
+
 #include "mesh/model.hpp"
 #include "results/post_formats/post_formats.hpp"
 
-namespace tesmora {
+namespace tesmora::neutral {
 namespace {
 
 // The heads of one WIDE setting.
@@ -31,101 +33,82 @@ constexpr NEUTRAL_HEADS neutral_heads[3] = {
 
 constexpr int integers_per_line = 8;
 
-int wide() { return post_format_state().wide; }
-const NEUTRAL_HEADS &heads() { return neutral_heads[wide() >= 0 && wide() <= 2 ? wide() : 0]; }
-const char *integer_format() { return wide() == 2 ? "%12d" : "%8d"; }
-
-void write_terminator(std::FILE *stream) {
-  std::fprintf(stream, integer_format(), -1);
-  std::fprintf(stream, "\n");
+const NEUTRAL_HEADS &heads(const POST_STREAM &out) {
+  return neutral_heads[out.wide >= 0 && out.wide <= 2 ? out.wide : 0];
 }
-
-void write_grid_head(std::FILE *stream) { std::fprintf(stream, "%s", heads().grid); }
-
-void write_node(std::FILE *stream, int number, double x, double y, double z) {
-  const char *format = wide() == 0   ? "%8d %13.5e %13.5e %13.5e\n"
-                       : wide() == 1 ? "%8d %16.8e %16.8e %16.8e\n"
-                                     : "%12d %16.8e %16.8e %16.8e\n";
-  std::fprintf(stream, format, number, x, y, z);
-}
-
-void write_conc_head(std::FILE *stream) { std::fprintf(stream, "%s", heads().conc); }
+const char *integer_format(const POST_STREAM &out) { return out.wide == 2 ? "%12d" : "%8d"; }
 
 // Number, native code and property, then the nodes: eight integers to a line in all.
-void write_element(std::FILE *stream, int number, int code, int property, const int *nodes, int no_nodes) {
-  const char *format = integer_format();
-  std::fprintf(stream, wide() == 2 ? "%12d%12d%12d" : "%8d%8d%8d", number, code, property);
+void write_element(POST_STREAM &out, int number, int code, int property, const int *nodes, int no_nodes) {
+  const char *format = integer_format(out);
+  std::fprintf(out.file, out.wide == 2 ? "%12d%12d%12d" : "%8d%8d%8d", number, code, property);
   for (int i = 0; i < no_nodes; ++i) {
-    std::fprintf(stream, format, nodes[i]);
-    if ((i + 4) % integers_per_line == 0 && i + 1 < no_nodes) std::fprintf(stream, "\n");
+    std::fprintf(out.file, format, nodes[i]);
+    if ((i + 4) % integers_per_line == 0 && i + 1 < no_nodes) std::fprintf(out.file, "\n");
   }
-  std::fprintf(stream, "\n");
-}
-
-void write_volume(std::FILE *stream, int number, const V_ELEMENT &element, const int *nodes, int property) {
-  int ordered[max_element_nodes];
-  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
-  write_element(stream, number, native_code(*element.type), property, ordered, n);
-}
-
-void write_surface(std::FILE *stream, int number, const S_ELEMENT &element, const int *nodes, int property) {
-  int ordered[max_face_nodes];
-  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
-  write_element(stream, number, native_code(*element.type), property, ordered, n);
-}
-
-void write_line(std::FILE *stream, int number, int node1, int node2, int property) {
-  const int nodes[2] = {node1, node2};
-  write_element(stream, number, 102, property, nodes, 2);
-}
-
-void write_step(std::FILE *stream, int step, int, double time) {
-  std::fprintf(stream, "%s", heads().step);
-  std::fprintf(stream, wide() == 0 ? "%5d%5d%12.3e\n" : "%5d%5d%18.9e\n", step, 1, time);
-}
-
-void write_stress_head(std::FILE *stream, int, int code, double, const char *, int) {
-  std::fprintf(stream, heads().stress, code);
-}
-
-void write_result_head(std::FILE *stream, int, int code, double, const char *, int) {
-  std::fprintf(stream, heads().result, code);
-}
-
-void write_displacement_head(std::FILE *stream, int, int, double, const char *, int) {
-  std::fprintf(stream, "%s", heads().displacement);
-}
-
-void write_values(std::FILE *stream, int number, int count, const double *values) {
-  std::fprintf(stream, integer_format(), number);
-  for (int j = 0; j < count; ++j) std::fprintf(stream, wide() == 0 ? "%14.5e" : "%17.8e", values[j]);
-  std::fprintf(stream, "\n");
-}
-
-void write_element_values(std::FILE *stream, int number, int count, const double *values, int) {
-  write_values(stream, number, count, values);
+  std::fprintf(out.file, "\n");
 }
 
 } // namespace
 
-POST_WRITER neutral_post_writer() {
-  POST_WRITER w = silent_post_writer();
-  w.nodes_start = write_grid_head;
-  w.node_row = write_node;
-  w.block_end = write_terminator;
-  w.elements_start = write_conc_head;
-  w.volume_element_row = write_volume;
-  w.surface_element_row = write_surface;
-  w.line_element_row = write_line;
-  w.step_start = write_step;
-  w.element_block_start = write_stress_head;
-  w.node_block_start = write_result_head;
-  w.displacement_block_start = write_displacement_head;
-  w.node_value_row = write_values;
-  w.element_value_row = write_element_values;
-  w.displacement_row = write_values;
-  w.end_of_block = write_terminator;
-  return w;
+void write_terminator(POST_STREAM &out) {
+  std::fprintf(out.file, integer_format(out), -1);
+  std::fprintf(out.file, "\n");
 }
 
-} // namespace tesmora
+void write_grid_head(POST_STREAM &out) { std::fprintf(out.file, "%s", heads(out).grid); }
+
+void write_node(POST_STREAM &out, int number, double x, double y, double z) {
+  const char *format = out.wide == 0   ? "%8d %13.5e %13.5e %13.5e\n"
+                       : out.wide == 1 ? "%8d %16.8e %16.8e %16.8e\n"
+                                       : "%12d %16.8e %16.8e %16.8e\n";
+  std::fprintf(out.file, format, number, x, y, z);
+}
+
+void write_conc_head(POST_STREAM &out) { std::fprintf(out.file, "%s", heads(out).conc); }
+
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property) {
+  int ordered[max_element_nodes];
+  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
+  write_element(out, number, native_code(*element.type), property, ordered, n);
+}
+
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property) {
+  int ordered[max_face_nodes];
+  const int n = order_nodes(element.type->input_node_order, nodes, ordered);
+  write_element(out, number, native_code(*element.type), property, ordered, n);
+}
+
+void write_line(POST_STREAM &out, int number, int node1, int node2, int property) {
+  const int nodes[2] = {node1, node2};
+  write_element(out, number, 102, property, nodes, 2);
+}
+
+void write_step(POST_STREAM &out, int step, int, double time) {
+  std::fprintf(out.file, "%s", heads(out).step);
+  std::fprintf(out.file, out.wide == 0 ? "%5d%5d%12.3e\n" : "%5d%5d%18.9e\n", step, 1, time);
+}
+
+void write_stress_head(POST_STREAM &out, int, int code, double, const char *, int) {
+  std::fprintf(out.file, heads(out).stress, code);
+}
+
+void write_result_head(POST_STREAM &out, int, int code, double, const char *, int) {
+  std::fprintf(out.file, heads(out).result, code);
+}
+
+void write_displacement_head(POST_STREAM &out, int, int, double, const char *, int) {
+  std::fprintf(out.file, "%s", heads(out).displacement);
+}
+
+void write_values(POST_STREAM &out, int number, int count, const double *values) {
+  std::fprintf(out.file, integer_format(out), number);
+  for (int j = 0; j < count; ++j) std::fprintf(out.file, out.wide == 0 ? "%14.5e" : "%17.8e", values[j]);
+  std::fprintf(out.file, "\n");
+}
+
+void write_element_values(POST_STREAM &out, int number, int count, const double *values, int) {
+  write_values(out, number, count, values);
+}
+
+} // namespace tesmora::neutral

@@ -1,0 +1,16 @@
+// CADAS files (POST_DATA_FILE 6): the functions of the format's row in the table. Its value rows
+// go to the stored data set of post_formats.hpp.
+#pragma once
+
+#include "results/post_writer.hpp"
+
+namespace tesmora::cadas {
+
+void write_head(POST_STREAM &out);
+void write_node(POST_STREAM &out, int number, double x, double y, double z);
+void write_volume(POST_STREAM &out, int number, const V_ELEMENT &element, const int *nodes, int property);
+void write_surface(POST_STREAM &out, int number, const S_ELEMENT &element, const int *nodes, int property);
+void write_line(POST_STREAM &out, int number, int node1, int node2, int property);
+void write_stored(POST_STREAM &out, int step, const char *name, int code, double time);
+
+} // namespace tesmora::cadas
