@@ -1,5 +1,6 @@
 // Whole static linear jobs through TesmoraBatch against closed-form fields.
 #include "static_job_support.hpp"
+#include "support/job_results.hpp"
 #include "support/strict_json.hpp"
 #include "support/test_support.hpp"
 
