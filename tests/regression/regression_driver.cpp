@@ -115,7 +115,8 @@ void tally_post_row(const EXPECTED_ROW &row, const std::map<int, MESH_POINT> &me
     if (!is_selected(row.selection, point.x, point.property)) continue;
     const auto value = data.find(number);
     if (value == data.end())
-      add_fault(tally, std::to_string(number) + " of the " + kind + " has no value in magnetic");
+      add_fault(tally, std::string(row.selection.nodes ? "node " : "element ") + std::to_string(number) +
+                           " has no value in magnetic");
     else
       tally_value(row, number, point.x, value->second, tally);
   }
@@ -140,10 +141,13 @@ void check_post_row(const EXPECTED_ROW &row, const JOB_RESULTS &results) {
   else
     tally_post_row(row, results.element_points, results.elements, tally);
   const bool ok = tally.no_faults == 0;
-  std::printf("[%s] %s: %s over %d of %s (%s): %.6g .. %.6g, worst %.6g at %d; expected %s [%s]\n",
-              ok ? " ok " : "FAIL", row.quantity.c_str(), row.component_text.c_str(), tally.checked,
-              row.select_text.c_str(), row.count_text.c_str(), tally.lowest, tally.highest, tally.worst,
-              tally.worst_number, describe_tolerance(row).c_str(), row.source.c_str());
+  char range[160] = "no value";
+  if (tally.checked > 0)
+    std::snprintf(range, sizeof range, "%.6g .. %.6g, worst %.6g at %s %d", tally.lowest, tally.highest,
+                  tally.worst, row.selection.nodes ? "node" : "element", tally.worst_number);
+  std::printf("[%s] %s: %s over %d of %s (%s): %s; expected %s [%s]\n", ok ? " ok " : "FAIL",
+              row.quantity.c_str(), row.component_text.c_str(), tally.checked, row.select_text.c_str(),
+              row.count_text.c_str(), range, describe_tolerance(row).c_str(), row.source.c_str());
   if (ok) return;
   std::ostringstream message;
   message << "expected.csv line " << row.line << ": " << row.quantity << " (" << row.select_text << ", "
