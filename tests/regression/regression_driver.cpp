@@ -1,5 +1,6 @@
 // The regression-case driver: runs TesmoraBatch on one case folder's job in a temporary folder and
-// checks every row of its expected.csv against output.json and the post file `magnetic`.
+// checks every row of its expected.csv against output.json and the post file `magnetic`; for a
+// bad-input folder (one with expected_check.txt), the exit status 1 and the end of check.
 // Usage: tesmora_regression [GoogleTest flags] <case folder>
 #include "regression/expected_table.hpp"
 #include "support/job_results.hpp"
@@ -166,20 +167,25 @@ void read_mesh_points(const std::string &mesh, JOB_RESULTS &results) {
     results.node_points[number] = {{p[0], p[1], p[2]}, 0};
 }
 
-// Runs the case's job and checks its rows.
-void run_case(const std::string &folder) {
+// Copies the case's job files into `job`.
+void copy_job_files(const std::string &folder, const TempDir &job) {
   std::vector<JOB_FILE> files;
-  std::vector<EXPECTED_ROW> rows;
-  std::string error = read_job_files(read_file(folder + "/job_files.txt"), folder, TESMORA_SOURCE_DIR, files);
+  const std::string error =
+      read_job_files(read_file(folder + "/job_files.txt"), folder, TESMORA_SOURCE_DIR, files);
   ASSERT_EQ(error, "") << folder;
-  error = read_expected_table(read_file(folder + "/expected.csv"), rows);
-  ASSERT_EQ(error, "") << folder;
-
-  TempDir job;
   for (const JOB_FILE &file : files) {
     ASSERT_TRUE(std::filesystem::is_regular_file(file.source)) << file.source << " is missing";
     std::filesystem::copy_file(file.source, job.file(file.name));
   }
+}
+
+// A regression case: the job ends normally, and every row of expected.csv holds.
+void run_regression_case(const std::string &folder) {
+  std::vector<EXPECTED_ROW> rows;
+  const std::string error = read_expected_table(read_file(folder + "/expected.csv"), rows);
+  ASSERT_EQ(error, "") << folder;
+  TempDir job;
+  ASSERT_NO_FATAL_FAILURE(copy_job_files(folder, job));
   const BATCH_RUN run = run_batch(job.path(), {});
   ASSERT_EQ(run.exit_status, 0) << read_file(job.file("check"));
 
@@ -198,10 +204,35 @@ void run_case(const std::string &folder) {
   std::fflush(stdout);
 }
 
+// A bad-input case: the job stops with exit status 1, and check ends with the lines of
+// expected_check.txt (the system's own message, written out by hand).
+void run_bad_input_case(const std::string &folder) {
+  const std::string expected = read_file(folder + "/expected_check.txt");
+  ASSERT_FALSE(expected.empty()) << folder << "/expected_check.txt is empty";
+  TempDir job;
+  ASSERT_NO_FATAL_FAILURE(copy_job_files(folder, job));
+  const BATCH_RUN run = run_batch(job.path(), {});
+  const std::string check = read_file(job.file("check"));
+  EXPECT_EQ(run.exit_status, 1) << check;
+  const bool ends_so = check.size() >= expected.size() &&
+                       check.compare(check.size() - expected.size(), expected.size(), expected) == 0;
+  std::printf("[%s] check ends with expected_check.txt:\n%s", ends_so ? " ok " : "FAIL", expected.c_str());
+  EXPECT_TRUE(ends_so) << "check ends with:\n"
+                       << check.substr(check.size() - std::min(check.size(), expected.size() + 200))
+                       << "\nexpected it to end with:\n"
+                       << expected;
+  std::fflush(stdout);
+}
+
 class RegressionCase : public ::testing::Test {
 public:
   explicit RegressionCase(std::string folder) : folder_(std::move(folder)) {}
-  void TestBody() override { run_case(folder_); }
+  void TestBody() override {
+    if (std::filesystem::exists(folder_ + "/expected_check.txt"))
+      run_bad_input_case(folder_);
+    else
+      run_regression_case(folder_);
+  }
 
 private:
   std::string folder_;
