@@ -1,10 +1,7 @@
-// Whole static jobs for the tests: a deck made from a few settings, a run of the real
-// TesmoraBatch, and readers of what the job leaves (UNV flux density, Gmsh NASTRAN meshes)
-// written independently of the program's own readers.
+// Whole static jobs for the tests: a deck made from a few settings, for a run of the real
+// TesmoraBatch. The readers of what the job leaves are in support/job_results.hpp.
 #pragma once
 
-#include <array>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -31,20 +28,5 @@ struct STATIC_DECK {
 
 // The deck text.
 std::string static_deck(const STATIC_DECK &deck);
-
-// Element or node values of the UNV data set (56 elements, 55 nodes) of the last step in a file:
-// number -> six values.
-std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set);
-
-// The GRID points of a small-field or free-field NASTRAN file, by node number.
-std::map<int, std::array<double, 3>> read_grid_points(const std::string &path);
-
-// Centroids of the CTETRA cards of a small-field NASTRAN file (Gmsh's "bdf"), by element number,
-// with their property.
-struct TET_CENTROID {
-  double x[3];
-  int property;
-};
-std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path);
 
 } // namespace tesmora::testing

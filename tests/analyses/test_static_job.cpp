@@ -1,5 +1,9 @@
-// Whole static linear jobs through TesmoraBatch against closed-form fields.
+// Whole static linear jobs through TesmoraBatch: what every post format, the post frame and the
+// node means write, output steps beyond the solved ones, a model without unknowns, a job split
+// over runs and output.json. The jobs checked against closed-form fields are the folders of
+// tests/regression.
 #include "static_job_support.hpp"
+#include "support/job_results.hpp"
 #include "support/strict_json.hpp"
 #include "support/test_support.hpp"
 
@@ -7,7 +11,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <numbers>
 #include <string>
 
 namespace tesmora::testing {
@@ -51,103 +54,6 @@ SLAB_RUN run_slab(const TempDir &dir, const STATIC_DECK &deck) {
   out.elements = read_unv_values(dir.file("magnetic"), 56);
   out.centroids = read_tet_centroids(dir.file("pre_geom.nas"));
   return out;
-}
-
-TEST(StaticJob, FieldParallelToAnIronSlabIsMuRTimesTheAppliedFieldInsideIt) {
-  for (const double mu_r : {1.0, 100.0}) {
-    SCOPED_TRACE(mu_r);
-    TempDir dir;
-    const SLAB_RUN slab = run_slab(dir, slab_deck(mu_r));
-    ASSERT_EQ(slab.run.exit_status, 0) << slab.check;
-    ASSERT_EQ(slab.elements.size(), slab.centroids.size());
-    for (const auto &[number, c] : slab.centroids) {
-      const std::array<double, 6> &B = slab.elements.at(number);
-      const double expected = c.property == 2 ? mu_r : 1.0;
-      // The field is exact in the element space; what is left is the solver's 1e-9 residual
-      // and the six digits of the post file's %13.5e.
-      expect_close(B[0], expected, 2e-5, 1e-5);
-      expect_close(B[1], 0.0, 0.0, 1e-5 * mu_r);
-      expect_close(B[2], 0.0, 0.0, 1e-5 * mu_r);
-      expect_close(B[3], expected, 2e-5, 1e-5);
-    }
-  }
-}
-
-// An example job run in a scratch folder: its deck (or another of its folder) and its mesh.
-struct EXAMPLE_RUN {
-  BATCH_RUN run;
-  std::string check;
-  std::map<int, std::array<double, 6>> elements, nodes;
-  std::map<int, TET_CENTROID> centroids;
-};
-
-EXAMPLE_RUN run_example(const TempDir &dir, const std::string &name, const std::string &deck = "input") {
-  const std::string folder = std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/";
-  write_file(dir.file("input"), read_file(folder + deck));
-  write_file(dir.file("pre_geom.nas"), read_file(folder + "pre_geom.nas"));
-  EXAMPLE_RUN out;
-  out.run = run_batch(dir.path(), {});
-  out.check = read_file(dir.file("check"));
-  out.elements = read_unv_values(dir.file("magnetic"), 56);
-  out.nodes = read_unv_values(dir.file("magnetic"), 55);
-  out.centroids = read_tet_centroids(dir.file("pre_geom.nas"));
-  return out;
-}
-
-double radius(const TET_CENTROID &c) {
-  return std::sqrt(c.x[0] * c.x[0] + c.x[1] * c.x[1] + c.x[2] * c.x[2]);
-}
-
-TEST(StaticJob, IronSphereInAUniformFieldHasTheClosedFormFieldInside) {
-  TempDir dir;
-  const EXAMPLE_RUN sphere = run_example(dir, "sphere");
-  ASSERT_EQ(sphere.run.exit_status, 0) << sphere.check;
-  const double R = 0.1, mu_r = 1000.0;
-  const double inside = 3.0 * mu_r / (mu_r + 2.0); // T, for B0 = 1 T along z
-  int checked = 0;
-  for (const auto &[number, c] : sphere.centroids) {
-    if (c.property != 1 || radius(c) > 0.5 * R) continue;
-    const std::array<double, 6> &B = sphere.elements.at(number);
-    // The committed mesh (R/16 in the iron) is within 2 %; the error is first order in the
-    // element size (README of the example).
-    expect_close(B[2], inside, 0.02, 0.0);
-    expect_close(B[0], 0.0, 0.0, 0.02 * inside);
-    expect_close(B[1], 0.0, 0.0, 0.02 * inside);
-    ++checked;
-  }
-  EXPECT_GT(checked, 100);
-}
-
-TEST(StaticJob, AVacuumSphereLeavesTheAppliedFieldEverywhere) {
-  TempDir dir;
-  const EXAMPLE_RUN sphere = run_example(dir, "sphere", "input_mu1");
-  ASSERT_EQ(sphere.run.exit_status, 0) << sphere.check;
-  ASSERT_EQ(sphere.elements.size(), sphere.centroids.size());
-  EXPECT_FALSE(sphere.nodes.empty());
-  // Nothing reacts: the load column is zero and B is the coil's 1 T along z, to round-off.
-  for (const auto *values : {&sphere.elements, &sphere.nodes})
-    for (const auto &[number, B] : *values) {
-      expect_close(B[0], 0.0, 0.0, 1e-12);
-      expect_close(B[1], 0.0, 0.0, 1e-12);
-      expect_close(B[2], 1.0, 1e-12, 0.0);
-    }
-}
-
-TEST(StaticJob, SphericalIronShellShieldsItsCavityByTheClosedFormFactor) {
-  TempDir dir;
-  const EXAMPLE_RUN shell = run_example(dir, "shell");
-  ASSERT_EQ(shell.run.exit_status, 0) << shell.check;
-  const double a = 0.08, b = 0.1, mu_r = 100.0;
-  const double ratio = std::pow(a / b, 3);
-  const double factor =
-      9.0 * mu_r / ((2.0 * mu_r + 1.0) * (mu_r + 2.0) - 2.0 * (mu_r - 1.0) * (mu_r - 1.0) * ratio);
-  int checked = 0;
-  for (const auto &[number, c] : shell.centroids) {
-    if (c.property != 3 || radius(c) > 0.75 * a) continue; // the cavity away from its wall
-    expect_close(shell.elements.at(number)[3], factor, 0.03, 0.0);
-    ++checked;
-  }
-  EXPECT_GT(checked, 50);
 }
 
 // Each post format takes the slab job's geometry and flux density: the file of the mesh, and in
@@ -246,32 +152,6 @@ TEST(StaticJob, OutputStepsBeyondTheSolvedOnesEndThePostStageNormally) {
   const std::string output = read_file(dir.file("output"));
   EXPECT_NE(output.find("\n****  time step 2 cannot be read from file_solutions ****\n"), std::string::npos);
   EXPECT_NE(output.find("Step No.     1"), std::string::npos);
-}
-
-// A loop coil over a finite iron plate: on the axis, in the air between plate and coil, the field
-// lies between that of the coil alone and that of the coil over an iron half-space (the method
-// of images), both in closed form for a filament loop.
-TEST(StaticJob, LoopOverAnIronPlateLiesBetweenTheFreeCoilAndTheHalfSpace) {
-  TempDir dir;
-  const EXAMPLE_RUN plate = run_example(dir, "coil_plate");
-  ASSERT_EQ(plate.run.exit_status, 0) << plate.check;
-  std::map<int, std::array<double, 3>> axis; // nodes on the axis by number, with their position
-  for (const auto &[number, x] : read_grid_points(dir.file("pre_geom.nas")))
-    if (std::abs(x[0]) < 1e-9 && std::abs(x[1]) < 1e-9) axis[number] = x;
-  const double mu0 = 4e-7 * std::numbers::pi, current = 1000.0, a = 0.05, zc = 0.02, mu_r = 1000.0;
-  auto loop = [&](double dz) { return mu0 * current * a * a / (2.0 * std::pow(a * a + dz * dz, 1.5)); };
-  int checked = 0;
-  for (const auto &[number, x] : axis) {
-    if (x[2] < 0.003 || x[2] > 0.017) continue;
-    const double alone = loop(x[2] - zc);
-    const double half_space = alone + (mu_r - 1.0) / (mu_r + 1.0) * loop(x[2] + zc);
-    const double bz = plate.nodes.at(number)[2];
-    // The coil's 0.01 m section moves the filament values by under 1 %.
-    EXPECT_GT(bz, 0.99 * alone) << x[2];
-    EXPECT_LT(bz, 1.01 * half_space) << x[2];
-    ++checked;
-  }
-  EXPECT_GT(checked, 0);
 }
 
 // One tetrahedron with its whole boundary fixed has no unknown: the job still ends normally, with

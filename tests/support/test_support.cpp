@@ -19,11 +19,23 @@
 
 namespace tesmora::testing {
 
+namespace {
+
+double allowed_difference(double actual, double expected, double rel, double abs) {
+  return std::max(abs, rel * std::max(std::fabs(actual), std::fabs(expected)));
+}
+
+} // namespace
+
+// Written as "difference <= allowed" so that a NaN on either side fails.
+bool is_close(double actual, double expected, double rel, double abs) {
+  return std::fabs(actual - expected) <= allowed_difference(actual, expected, rel, abs);
+}
+
 void expect_close(double actual, double expected, double rel, double abs) {
-  const double scale = std::max(std::fabs(actual), std::fabs(expected));
-  const double allowed = std::max(abs, rel * scale);
-  EXPECT_TRUE(std::fabs(actual - expected) <= allowed)
-      << "actual " << actual << " expected " << expected << " allowed " << allowed;
+  EXPECT_TRUE(is_close(actual, expected, rel, abs))
+      << "actual " << actual << " expected " << expected << " allowed "
+      << allowed_difference(actual, expected, rel, abs);
 }
 
 TempDir::TempDir() {

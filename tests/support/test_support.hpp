@@ -13,6 +13,8 @@ namespace tesmora::testing {
 
 // Passes when |a-b| <= max(abs, rel*max(|a|,|b|)); NaN never passes.
 void expect_close(double actual, double expected, double rel, double abs);
+// The test of expect_close, for callers that report a failure their own way.
+bool is_close(double actual, double expected, double rel, double abs);
 
 // A fresh folder under the system's temporary directory, removed with its contents at the end.
 class TempDir {

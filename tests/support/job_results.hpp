@@ -1,0 +1,26 @@
+// Readers of what a whole job leaves and of its mesh, for the tests: the UNV values of a post file
+// and the points and tetrahedra of a NASTRAN mesh, written independently of the program's readers.
+#pragma once
+
+#include <array>
+#include <map>
+#include <string>
+
+namespace tesmora::testing {
+
+// Element or node values of the UNV data set (56 elements, 55 nodes) of the last step in a file:
+// number -> six values.
+std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set);
+
+// The GRID points of a small-field or free-field NASTRAN file, by node number.
+std::map<int, std::array<double, 3>> read_grid_points(const std::string &path);
+
+// Centroids of the CTETRA cards of a small-field or free-field NASTRAN file (Gmsh's "bdf"), by
+// element number, with their property.
+struct TET_CENTROID {
+  double x[3];
+  int property;
+};
+std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path);
+
+} // namespace tesmora::testing
