@@ -108,11 +108,14 @@ static void BM_IccgIteration(benchmark::State &state) {
   const int nx = static_cast<int>(state.range(0));
   const int n = nx * nx * nx;
   SPARSE_MATRIX *m = grid_laplacian(nx, 0);
-  CG_SOLVE_STATE cg;
+  SOLVER_SETTINGS settings;
+  CG_ITERATION &cg = settings.cg_iteration;
   cg.convergence = 1e-30; // never reached: a fixed number of iterations
   cg.max_iterations = 40;
+  cg.div_factor = 10.0;
   cg.div_iterations = 1000;
-  sparse_matrix_preconditioning(m, cg); // the factor is made once, outside the timing
+  SOLVE_FIGURES figures;
+  sparse_matrix_preconditioning(m, cg, figures); // the factor is made once, outside the timing
   std::vector<double> b(static_cast<std::size_t>(n), 1.0), x(b.size()), y(b.size()), z(b.size());
   // Memory traffic of one iteration: the matrix once (8-byte value, 4-byte column), the factor
   // twice, the row pointers three times, and about 23 vector streams of doubles. The triad
@@ -126,7 +129,7 @@ static void BM_IccgIteration(benchmark::State &state) {
     std::fill(b.begin(), b.end(), 1.0);
     std::fill(x.begin(), x.end(), 0.0);
     auto start = thread_seconds();
-    solve_sparse_matrix(m, b.data(), x.data(), n, cg, nullptr);
+    solve_sparse_matrix(m, b.data(), x.data(), n, settings, figures, nullptr);
     iteration.push_back(seconds_since(start) / cg.max_iterations);
     toggle_index_base(m->size, m->profile.index, 0);
     start = thread_seconds();

@@ -68,7 +68,7 @@ void write_loop_times(const LOOP_WATCHES &w) {
 }
 
 // One step of a linear static run: sources at the step's time, one solve, one record.
-void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, double time,
+void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step, double time,
                      const LOOP_WATCHES &watches) {
   set_source_amplitudes(time);
   if (equation.no_unknowns == 0) {
@@ -82,7 +82,8 @@ void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, do
   stop_stop_watch(watches.assemble);
   start_stop_watch(watches.solver);
   SOLVE_RESULT result;
-  solve_sparse_matrix(matrix, equation.RHS, equation.solution, equation.no_unknowns, cg, &result);
+  solve_sparse_matrix(matrix, equation.RHS, equation.solution, equation.no_unknowns, solver_settings(),
+                      figures, &result);
   stop_stop_watch(watches.solver);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
 }
@@ -96,7 +97,7 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
   RUN_FILES &files = run_files();
   open_ffile(files.solutions, "w");
   write_solutions_header(files.solutions, first_part, no_unknowns, no_unknowns);
-  CG_SOLVE_STATE cg = make_cg_solve_state(solver_settings());
+  SOLVE_FIGURES figures; // the run's solve figures: the iteration count and the raised shift carry over
   int step = 0;
   double time = control.time_control.initial_time;
   for (const TIME_ROW &row : control.time_control.rows)
@@ -104,13 +105,14 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
       // The very first step of a static run keeps the initial time.
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
-      one_static_step(*equation, cg, step, time, watches);
+      one_static_step(*equation, figures, step, time, watches);
     }
   close_ffile(files.solutions);
   free_system_equation(&equation);
   write_loop_times(watches);
   std::FILE *output = files.print_out->stream;
-  write_report(output, "**** Total number of ICCG interations:      %d *********\n", cg.total_iterations);
+  write_report(output, "**** Total number of ICCG interations:      %d *********\n",
+               figures.total_iterations);
   write_report(output, "**** Total number of nonlinear interations: %d *********\n", 0);
   std::fflush(output);
   delete_stop_watch(watches.solver);

@@ -21,39 +21,31 @@
 
 namespace tesmora {
 
-// Settings and figures of the linear solves of a run ("cg_iteration").
-struct CG_SOLVE_STATE {
-  double convergence = 1e-8;        // ICCG_CONV, relative residual
-  double accel_factor = 1.0;        // shift of the factorisation; raised by it and kept for the next one
-  int fixed_accel = 0;              // 1: no automatic raising (ACCEL_FACTOR was negative)
-  double div_factor = 10.0;         // DIV_FACTOR
-  int div_iterations = 100;         // DIV_ITERATIONS
-  int solver = 0;                   // code as stored, above
-  int restart = 0;                  // 10 for solver 9
-  int max_iterations = 0;           // 0: dimension + 10
-  int in_nonlinear = 0;             // 1 while a nonlinear loop calls: its tolerance rules apply
-  int scaling = 1;                  // 1: diagonal scaling
-  int renumbering = 0;              // 0 none, 1 levels, 2 AMD
-  int recompute_norm = 1;           // 1: norm of the right-hand side anew; 0: use rhs_norm2
-  double *norm_vector = nullptr;    // when set (and recompute_norm) the norm is taken of it;
-                                    // multiplied by D with scaling
-  double *initial_vector = nullptr; // stored starting solution of the periodic scheme, or null
-  // Nonlinear-loop parameters of the tolerance rule.
-  double conv_ratio = 0.0;      // ICCG_CONV_RATIO
-  double non_linear_conv = 1.0; // NON_LINEAR_CONV (solver 4)
-  int check_flag = 0;           // CHECK_B was negative
-  int restart_type3 = 0;        // the run is a restart of type 3
-  // Figures.
-  double rhs_norm2 = 0.0;   // squared norm of the right-hand side of the last solve
-  double first_error = 0.0; // relative residual at the start of the last solve
-  double error = 0.0;       // relative residual of the solution returned
-  int iterations = 0;       // iteration at which the returned solution was found
-  int status = 0;           // 1 converged, 0 not converged, -1 no iteration was needed
-  int total_iterations = 0; // over all solves
+// The figures the linear solves of a run produce: what the last solve found, the iteration count
+// over all solves and the shift the factorisations have reached. The stage that solves owns one
+// record for its run and hands it to every solve; nothing else is kept from one solve to the next.
+struct SOLVE_FIGURES {
+  double rhs_norm2 = 0.0;    // squared norm of the right-hand side of the last solve; a request
+                             // with recompute_norm 0 reuses it
+  double first_error = 0.0;  // relative residual at the start of the last solve
+  double error = 0.0;        // relative residual of the solution returned
+  int iterations = 0;        // iteration at which the returned solution was found
+  int status = 0;            // 1 converged, 0 not converged, -1 no iteration was needed
+  int total_iterations = 0;  // iterations of all solves of the run
+  double accel_factor = 0.0; // shift the last factorisation used, 0 before the first; the next one
+                             // starts from the larger of it and the setting, so a raised shift stays
 };
 
-// The state a stage driver starts from, taken from the job's settings.
-CG_SOLVE_STATE make_cg_solve_state(const SOLVER_SETTINGS &settings);
+// How a caller asks for one solve; the defaults are a plain linear solve.
+struct SOLVE_REQUEST {
+  int in_nonlinear = 0;             // 1 when a nonlinear loop calls: its tolerance rules apply
+  int restart_type3 = 0;            // 1 when the run is a restart of type 3 (nonlinear rule)
+  int recompute_norm = 1;           // 1: norm of the right-hand side anew; 0: use rhs_norm2
+  double *norm_vector = nullptr;    // when set (and recompute_norm) the norm is taken of it instead;
+                                    // dimension entries, multiplied by D in place with scaling
+  double *initial_vector = nullptr; // stored starting solution of the periodic scheme, or null;
+                                    // permuted in place with per-solve renumbering
+};
 
 // What the JSON results take of one solve.
 struct SOLVE_RESULT {
@@ -62,14 +54,19 @@ struct SOLVE_RESULT {
   int converged = 0;
 };
 
-// Solves matrix x = rhs. rhs and solution have no_unknowns entries (pairs when complex) in the
-// model's numbering; solution holds the start on entry and the best solution found on return.
-// With scaling the right-hand side is left multiplied by D. Reports go to output and check.
+// Solves matrix x = rhs with the settings of the job. rhs and solution have no_unknowns entries
+// (pairs when complex) in the model's numbering; solution holds the start on entry and the best
+// solution found on return. With scaling the right-hand side is left multiplied by D. Reports go
+// to output and check; figures receives what the solve found.
 void solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
-                         CG_SOLVE_STATE &cg, SOLVE_RESULT *result);
+                         const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures, SOLVE_RESULT *result,
+                         const SOLVE_REQUEST &request = {});
 
-// Scaling and incomplete factorisation of the present values; nothing when is_factorised.
-void sparse_matrix_preconditioning(SPARSE_MATRIX *matrix, CG_SOLVE_STATE &cg);
+// Scaling and incomplete factorisation of the present values; nothing when is_factorised. The
+// shift starts from the larger of settings.accel_factor and figures.accel_factor, and the one
+// used is left in figures.accel_factor.
+void sparse_matrix_preconditioning(SPARSE_MATRIX *matrix, const CG_ITERATION &settings,
+                                   SOLVE_FIGURES &figures);
 
 // Incomplete factorisations without fill on the type-1 pattern (0-based columns). alpha is the
 // starting shift (values below 1 act as 1) and returns the one used; with fixed_accel it is not

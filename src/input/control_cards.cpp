@@ -196,9 +196,9 @@ void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
       !(theta_motion >= 0.0 && theta_motion <= 1.0) || v[2] < 0)
     card_error(file);
   CG_ITERATION &cg = s.cg_iteration;
-  cg.conv = r[0];
+  cg.convergence = r[0];
   cg.accel_factor = std::fabs(r[1]);
-  cg.accel_auto = r[1] < 0.0 ? 1 : 0;
+  cg.fixed_accel = r[1] < 0.0 ? 1 : 0;
   cg.div_factor = r[2];
   cg.div_iterations = v[0];
   cg.solver = solver == 10 ? 11 : solver == 11 ? 10 : solver;
@@ -222,7 +222,7 @@ void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
   nl.relaxation = nl.line_search ? 1.0 : r[1];
   nl.no_iterations = v[0];
   nl.init_option = v[1];
-  nl.iccg_conv_ratio = r[2] == 0.0 ? cg.conv / nl.conv : r[2];
+  nl.iccg_conv_ratio = r[2] == 0.0 ? cg.convergence / nl.conv : r[2];
   nl.check_b = std::fabs(r[3]);
   nl.check_b_relative = r[3] < 0.0 ? 1 : 0;
   nl.delta_a = v[2];
@@ -236,7 +236,7 @@ void read_old_iteration_card(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
   read_card(file, "%d  %lf  %d %lf %lf", nullptr, &v[0], &r[0], &v[1], &r[1], &r[2]);
   s.cg_iteration.solver = v[0] == 10 ? 11 : v[0] == 11 ? 10 : v[0];
   if (c.ac_mode != 0 && s.cg_iteration.solver == 1) s.cg_iteration.solver = 12;
-  s.cg_iteration.conv = r[0];
+  s.cg_iteration.convergence = r[0];
   s.non_linear_iteration.no_iterations = v[1];
   s.non_linear_iteration.conv = r[1];
   s.non_linear_iteration.relaxation = r[2];

@@ -222,14 +222,15 @@ double true_relative_residual(const TEST_SYSTEM &s, const std::vector<double> &b
   return std::sqrt(rr / bb);
 }
 
-CG_SOLVE_STATE plain_iccg(double convergence, int max_iterations) {
-  CG_SOLVE_STATE cg;
+SOLVER_SETTINGS plain_iccg(double convergence, int max_iterations) {
+  SOLVER_SETTINGS settings;
+  CG_ITERATION &cg = settings.cg_iteration;
   cg.convergence = convergence;
   cg.solver = 0;
   cg.div_factor = 10.0;
   cg.div_iterations = 1000;
   cg.max_iterations = max_iterations;
-  return cg;
+  return settings;
 }
 
 } // namespace
@@ -243,14 +244,14 @@ TEST(JsonReport, EverySolveRecordsItsOutcomeOnceUnderIccg) {
   // 1: to the tolerance; 2: stopped after one iteration; 3: a zero right-hand side.
   std::vector<double> converged(s.n, 0.0), stopped(s.n, 0.0), zero_rhs(s.n, 1.0), zero_b(s.n, 0.0);
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-  CG_SOLVE_STATE first = plain_iccg(1e-8, 0);
+  SOLVE_FIGURES first;
   std::vector<double> rhs = b;
-  solve_sparse_matrix(m, rhs.data(), converged.data(), s.n, first, nullptr);
-  CG_SOLVE_STATE second = plain_iccg(1e-8, 1);
+  solve_sparse_matrix(m, rhs.data(), converged.data(), s.n, plain_iccg(1e-8, 0), first, nullptr);
+  SOLVE_FIGURES second;
   rhs = b;
-  solve_sparse_matrix(m, rhs.data(), stopped.data(), s.n, second, nullptr);
-  CG_SOLVE_STATE third = plain_iccg(1e-8, 0);
-  solve_sparse_matrix(m, zero_b.data(), zero_rhs.data(), s.n, third, nullptr);
+  solve_sparse_matrix(m, rhs.data(), stopped.data(), s.n, plain_iccg(1e-8, 1), second, nullptr);
+  SOLVE_FIGURES third;
+  solve_sparse_matrix(m, zero_b.data(), zero_rhs.data(), s.n, plain_iccg(1e-8, 0), third, nullptr);
   free_sparse_matrix(&m);
   ASSERT_EQ(first.status, 1);
   ASSERT_EQ(second.status, 0);

@@ -63,11 +63,19 @@ struct REPORT_STREAMS {
 };
 REPORT_STREAMS report_streams();
 
+// What a method reads during one solve: the job's settings and the caller's request.
+struct SOLVE_CONTEXT {
+  const SOLVER_SETTINGS &settings;
+  const SOLVE_REQUEST &request;
+};
+
 // Nonlinear tightening of the tolerance: which factor the method uses.
 enum class TOLERANCE_RULE { cg, bicg, bicgstab_symmetric, complex };
 
 // Best-solution store and divergence counter of one solve. Vectors are `length` doubles.
 struct ITERATION_TRACK {
+  const SOLVE_CONTEXT *context = nullptr; // read only
+  SOLVE_FIGURES *figures = nullptr;       // receives the figures of the solve
   REPORT_STREAMS streams;
   const char *line_format = "     %5d  %12.5e\n";
   int length = 0;
@@ -80,35 +88,42 @@ struct ITERATION_TRACK {
   bool x_holds_best = false; // the solution vector itself is the best iterate (deferred store)
 };
 
+// A track for one solve of `length` doubles, writing to the job's report streams.
+ITERATION_TRACK make_track(const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures, int length);
 // The norm step: b2 from rhs (or the norm vector, or the cached value). Returns false after a
 // zero right-hand side has been answered (solution 0, status 1).
-bool take_rhs_norm(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, const double *rhs, double *x);
+bool take_rhs_norm(ITERATION_TRACK &track, const double *rhs, double *x);
 // The start checks with the first error: NaN, exact start, tolerance. Returns false when the
 // method is to return without iterating; otherwise the best store holds x and line 0 is written.
-bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule, double err,
-                 const double *x);
+bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const double *x);
 // One iteration's bookkeeping. Returns 1 converged, -1 diverged (status 0 set), 0 go on.
-int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x);
+int track_step(ITERATION_TRACK &track, int k, double err, const double *x);
 // The same for a method that adds step k to x only after this call (fused with other work):
 // x_previous is iterate k-1. The best store is written only when x leaves the best iterate.
-int track_step_before_update(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err,
-                             const double *x_previous);
+int track_step_before_update(ITERATION_TRACK &track, int k, double err, const double *x_previous);
 // Leaves with the best solution: x = x_best, error, iterations, total_iterations += k.
-void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x);
+void finish_track(ITERATION_TRACK &track, int k, double *x);
 // The messages of the methods other than plain ICCG at the end of their loop.
 void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err);
 void free_track(ITERATION_TRACK &track);
 
 // Iteration limit of the solve.
-int iteration_limit(const CG_SOLVE_STATE &cg, int n);
+int iteration_limit(const SOLVE_CONTEXT &context, int n);
 
-// The methods. b and x have n entries (pairs when complex); cg receives the figures.
-void solve_cg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_minimal_residual(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_bicgstab(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_gpbicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_cocg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_cocr(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
+// The methods. b and x have n entries (pairs when complex); figures receives what they find.
+void solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+              SOLVE_FIGURES &figures);
+void solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                            SOLVE_FIGURES &figures);
+void solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                    SOLVE_FIGURES &figures);
+void solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                SOLVE_FIGURES &figures);
+void solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                  SOLVE_FIGURES &figures);
+void solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                SOLVE_FIGURES &figures);
+void solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                SOLVE_FIGURES &figures);
 
 } // namespace tesmora::solver_detail
