@@ -129,7 +129,7 @@ static void BM_IccgIteration(benchmark::State &state) {
     std::fill(b.begin(), b.end(), 1.0);
     std::fill(x.begin(), x.end(), 0.0);
     auto start = thread_seconds();
-    solve_sparse_matrix(m, b.data(), x.data(), n, settings, figures, nullptr);
+    solve_sparse_matrix(m, b.data(), x.data(), n, settings, figures);
     iteration.push_back(seconds_since(start) / cg.max_iterations);
     toggle_index_base(m->size, m->profile.index, 0);
     start = thread_seconds();

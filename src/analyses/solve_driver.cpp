@@ -13,6 +13,7 @@
 #include "job/run_files.hpp"
 #include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
+#include "results/json_report.hpp"
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
@@ -81,10 +82,10 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
   SPARSE_MATRIX *matrix = load_matrix(equation);
   stop_stop_watch(watches.assemble);
   start_stop_watch(watches.solver);
-  SOLVE_RESULT result;
-  solve_sparse_matrix(matrix, equation.RHS, equation.solution, equation.no_unknowns, solver_settings(),
-                      figures, &result);
+  const SOLVE_RESULT result = solve_sparse_matrix(matrix, equation.RHS, equation.solution,
+                                                  equation.no_unknowns, solver_settings(), figures);
   stop_stop_watch(watches.solver);
+  record_solve_result(result);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
 }
 
@@ -186,6 +187,13 @@ void load_vector(double *rhs, int no_unknowns) {
     if (source.source_vector && source.amplitude != 0.0)
       add_sparse_vector(source.source_vector, source.amplitude, rhs);
   }
+}
+
+void record_solve_result(const SOLVE_RESULT &result) {
+  if (!result.judged) return;
+  json_int("ICCG", "CONVERGE", result.converged);
+  json_iteration("ICCG", "ITERATION", result.iterations);
+  json_step("ICCG", "RESIDUAL", result.error);
 }
 
 int restore_model_variables(MESHED_MODEL &first_part) {

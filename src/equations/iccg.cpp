@@ -78,38 +78,30 @@ SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, int solver) {
 }
 
 // Runs the method of the solver code on 0-based columns. Codes without a method leave x.
-void run_method(const SYSTEM_VIEW &s, int is_complex, const double *b, double *x,
-                const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures) {
+SOLVE_RESULT run_method(const SYSTEM_VIEW &s, int is_complex, const double *b, double *x,
+                        const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures) {
   const int solver = context.settings.cg_iteration.solver;
   if (is_complex) {
-    if (solver == 12)
-      solve_cocr(s, context, b, x, figures);
-    else
-      solve_cocg(s, context, b, x, figures);
-    return;
+    if (solver == 12) return solve_cocr(s, context, b, x, figures);
+    return solve_cocg(s, context, b, x, figures);
   }
   switch (solver) {
   case 0:
   case 1:
   case 2:
-    solve_cg(s, context, b, x, figures);
-    break;
+    return solve_cg(s, context, b, x, figures);
   case 3:
   case 8:
-    solve_minimal_residual(s, context, b, x, figures);
-    break;
+    return solve_minimal_residual(s, context, b, x, figures);
   case 4:
   case 6:
-    solve_bicgstab(s, context, b, x, figures);
-    break;
+    return solve_bicgstab(s, context, b, x, figures);
   case 5:
-    solve_bicg(s, context, b, x, figures);
-    break;
+    return solve_bicg(s, context, b, x, figures);
   case 7:
-    solve_gpbicg(s, context, b, x, figures);
-    break;
+    return solve_gpbicg(s, context, b, x, figures);
   default:
-    break; // 9, 10, 11: reserved, the start is returned
+    return {}; // 9, 10, 11: reserved, the start is returned
   }
 }
 
@@ -152,10 +144,10 @@ bool all_zero(int count, const double *values) {
 
 } // namespace
 
-void solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no_unknowns,
-                         const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures, SOLVE_RESULT *result,
-                         const SOLVE_REQUEST &request) {
-  if (no_unknowns == 0) return;
+SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no_unknowns,
+                                 const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures,
+                                 const SOLVE_REQUEST &request) {
+  if (no_unknowns == 0) return {};
   const int n = m->dimension, width = m->is_complex ? 2 : 1;
   double *b = rhs, *x = solution;
   TaggedArray<double> permuted;
@@ -181,16 +173,15 @@ void solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no
   const SOLVER_PATTERN p = solver_pattern(m);
   toggle_index_base(p.size, p.index, 0);
   const SOLVE_CONTEXT context{.settings = settings, .request = request};
-  run_method(make_view(m, p, settings.cg_iteration.solver), m->is_complex, b, x, context, figures);
+  const SOLVE_RESULT result =
+      run_method(make_view(m, p, settings.cg_iteration.solver), m->is_complex, b, x, context, figures);
   toggle_index_base(p.size, p.index, 1);
   if (m->scaled_option)
     for (int i = 0; i < n; ++i)
       for (int w = 0; w < width; ++w) x[width * i + w] *= m->D[i];
   sparse_matrix_restore_numbering(n, m, x, solution);
   write_outcome(streams, figures);
-  if (result)
-    result->iterations = figures.iterations, result->error = figures.error,
-    result->converged = figures.status == 1;
+  return result;
 }
 
 } // namespace tesmora

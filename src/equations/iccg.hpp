@@ -47,20 +47,23 @@ struct SOLVE_REQUEST {
                                     // permuted in place with per-solve renumbering
 };
 
-// What the JSON results take of one solve.
+// What one solve gives its caller for the JSON results. judged is 0 when no method ran its
+// bookkeeping (an empty system, or a code that selects no method): such a solve has no entry.
 struct SOLVE_RESULT {
-  int iterations = 0;
-  double error = 0.0;
-  int converged = 0;
+  int judged = 0;     // 1 when the fields below are the solve's
+  int converged = 0;  // 1 when the tolerance was reached (a zero right-hand side counts)
+  int iterations = 0; // iteration of the solution returned
+  double error = 0.0; // its relative residual
 };
 
 // Solves matrix x = rhs with the settings of the job. rhs and solution have no_unknowns entries
 // (pairs when complex) in the model's numbering; solution holds the start on entry and the best
 // solution found on return. With scaling the right-hand side is left multiplied by D. Reports go
-// to output and check; figures receives what the solve found.
-void solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
-                         const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures, SOLVE_RESULT *result,
-                         const SOLVE_REQUEST &request = {});
+// to output and check; figures receives what the solve found, and the result what the JSON
+// results take of it (the caller records it).
+SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
+                                 const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures,
+                                 const SOLVE_REQUEST &request = {});
 
 // Scaling and incomplete factorisation of the present values; nothing when is_factorised. The
 // shift starts from the larger of settings.accel_factor and figures.accel_factor, and the one

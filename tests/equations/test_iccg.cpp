@@ -46,7 +46,7 @@ SOLVE_OUTCOME solve_known(const TEST_SYSTEM &s, const SOLVER_SETTINGS &settings,
   std::vector<double> rhs = to_doubles(b, s.is_complex);
   SOLVE_OUTCOME out;
   out.x.assign(rhs.size(), 0.0);
-  solve_sparse_matrix(m, rhs.data(), out.x.data(), s.n, settings, out.cg, nullptr, request);
+  solve_sparse_matrix(m, rhs.data(), out.x.data(), s.n, settings, out.cg, request);
   const std::vector<complex> x = to_complex(out.x, s.is_complex);
   std::vector<complex> r = reference_product(s, x), e(s.n);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - r[i], e[i] = x[i] - x_true[i];
@@ -193,7 +193,7 @@ TEST(SolverBookkeeping, ZeroRightHandSideNaNStartAndExactStart) {
   const SOLVER_SETTINGS settings = settings_for(0, 0);
   SOLVE_FIGURES cg;
   std::vector<double> b(s.n, 0.0), x(s.n, 3.0);
-  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg, nullptr);
+  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
   EXPECT_EQ(cg.status, 1);
   EXPECT_EQ(cg.error, 0.0);
   EXPECT_EQ(x, std::vector<double>(s.n, 0.0));
@@ -205,15 +205,14 @@ TEST(SolverBookkeeping, ZeroRightHandSideNaNStartAndExactStart) {
   const std::vector<double> exact = to_doubles(x_true, false);
   std::vector<double> rhs = to_doubles(reference_product(s, x_true), false);
   x = exact;
-  SOLVE_RESULT result;
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg, &result);
+  const SOLVE_RESULT result = solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg);
   EXPECT_EQ(cg.status, 1);
   EXPECT_EQ(cg.iterations, 0);
   EXPECT_EQ(result.converged, 1);
   EXPECT_EQ(x, exact);
   EXPECT_NE(files.check_text().find("*** ICCG converges ***\n         0   0.00000e+00\n"), std::string::npos);
   const SOLVE_REQUEST in_nonlinear_loop{.in_nonlinear = 1};
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg, nullptr, in_nonlinear_loop);
+  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg, in_nonlinear_loop);
   EXPECT_EQ(cg.status, -1);
   EXPECT_NE(files.check_text().find("*** No ICCG iteration ***\n"), std::string::npos);
   std::fflush(run_files().print_out->stream);
@@ -221,7 +220,7 @@ TEST(SolverBookkeeping, ZeroRightHandSideNaNStartAndExactStart) {
 
   cg.status = 42;
   x[4] = std::numeric_limits<double>::quiet_NaN();
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg, nullptr);
+  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg);
   EXPECT_TRUE(std::isnan(cg.error));
   EXPECT_TRUE(std::isnan(cg.first_error));
   EXPECT_EQ(cg.status, 42); // untouched: the caller tests the NaN
@@ -234,7 +233,7 @@ TEST(SolverBookkeeping, ComplexZeroRightHandSideStopsTheJob) {
     SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
     SOLVE_FIGURES figures;
     std::vector<double> b(2 * s.n, 0.0), x(2 * s.n, 0.0);
-    solve_sparse_matrix(m, b.data(), x.data(), s.n, settings_for(0, 0), figures, nullptr);
+    solve_sparse_matrix(m, b.data(), x.data(), s.n, settings_for(0, 0), figures);
   });
   EXPECT_EQ(job.exit_status, 1);
   EXPECT_EQ(job.error,

@@ -73,7 +73,7 @@ ICCG_RUN run_iccg(const TEST_SYSTEM &s, const std::vector<int> &new_number, int 
   settings.cg_iteration.div_factor = 10.0;
   settings.cg_iteration.div_iterations = 1000;
   SOLVE_FIGURES cg;
-  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg, nullptr);
+  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
   free_sparse_matrix(&m);
   ICCG_RUN run;
   run.iterations = cg.iterations;
@@ -246,7 +246,7 @@ TEST_P(PerSolveRenumbering, SolvesInTheModelsNumberingTwice) {
     for (int round = 0; round < 2; ++round) { // the second round reuses pattern and factor
       const std::vector<complex> x_true = random_solution(s.n, false, 5 + round);
       std::vector<double> b = to_doubles(reference_product(s, x_true), false), x(s.n, 0.0);
-      solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg, nullptr);
+      solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
       EXPECT_EQ(cg.status, 1);
       EXPECT_EQ(m->is_renumbered, 1);
       // Condition numbers below 200: 1e-10 residual, 10x for rounding, gives 2e-7.

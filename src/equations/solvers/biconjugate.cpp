@@ -25,20 +25,20 @@ void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r,
 }
 
 // The end of every loop: status, best solution, the closing messages.
-void close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
+SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
   if (outcome == 0) track.figures->status = 0, k = limit;
   finish_track(track, k, x);
   report_loop_end(track, outcome == 0, err);
-  free_track(track);
+  return end_track(track);
 }
 
 } // namespace
 
-void solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                    SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                            SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_real_track(context, figures, n);
-  if (!take_rhs_norm(track, b, x)) return;
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *r0 = r + n, *p = r0 + n, *v = p + n, *p_hat = v + n, *sv = p_hat + n,
          *s_hat = sv + n, *t = s_hat + n;
@@ -48,7 +48,7 @@ void solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const do
   double err = std::sqrt(dot(n, r, r) / track.b2);
   const TOLERANCE_RULE rule =
       context.settings.cg_iteration.solver == 4 ? TOLERANCE_RULE::bicgstab_symmetric : TOLERANCE_RULE::cg;
-  if (!start_track(track, rule, err, x)) return free_track(track);
+  if (!start_track(track, rule, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double rho_old = 1.0, alpha = 1.0, omega = 1.0;
   int k = 1, outcome = 0;
@@ -76,14 +76,14 @@ void solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const do
     outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
   }
-  close_loop(track, outcome, k, limit, err, x);
+  return close_loop(track, outcome, k, limit, err, x);
 }
 
-void solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_real_track(context, figures, n);
-  if (!take_rhs_norm(track, b, x)) return;
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *rt = r + n, *z = rt + n, *zt = z + n, *p = zt + n, *pt = p + n, *q = pt + n,
          *qt = q + n;
@@ -95,7 +95,7 @@ void solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
   std::memcpy(pt, zt, sizeof(double) * static_cast<std::size_t>(n));
   double rho = dot(n, z, rt);
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::bicg, err, x)) return free_track(track);
+  if (!start_track(track, TOLERANCE_RULE::bicg, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -119,7 +119,7 @@ void solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], pt[i] = zt[i] + beta * pt[i];
     rho = new_rho;
   }
-  close_loop(track, outcome, k, limit, err, x);
+  return close_loop(track, outcome, k, limit, err, x);
 }
 
 namespace {
@@ -155,11 +155,11 @@ void gpbicg_parameters(int n, int first, const GPBICG_VECTORS &v, double &zeta, 
 
 } // namespace
 
-void solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                  SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                          SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_real_track(context, figures, n);
-  if (!take_rhs_norm(track, b, x)) return;
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(13LL * n, works_tag);
   double *base = work.data();
   GPBICG_VECTORS v{};
@@ -169,7 +169,7 @@ void solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const doub
   residual(s, b, x, v.r, v.ap);
   std::memcpy(v.r0, v.r, sizeof(double) * static_cast<std::size_t>(n));
   double err = std::sqrt(dot(n, v.r, v.r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::bicg, err, v.e)) return free_track(track);
+  if (!start_track(track, TOLERANCE_RULE::bicg, err, v.e)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double beta = 0.0, rho = dot(n, v.r0, v.r);
   int k = 1, outcome = 0;
@@ -200,10 +200,11 @@ void solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const doub
     outcome = track_step(track, k, err, v.e);
     if (outcome != 0) break;
   }
-  close_loop(track, outcome, k, limit, err, v.e);
+  const SOLVE_RESULT result = close_loop(track, outcome, k, limit, err, v.e);
   // x = x0 + M^-1 e_best.
   apply_preconditioner(s, v.e, v.scratch);
   for (int i = 0; i < n; ++i) x[i] += v.scratch[i];
+  return result;
 }
 
 } // namespace tesmora::solver_detail

@@ -24,20 +24,20 @@ void residual(const SYSTEM_VIEW &s, const complex *b, const complex *x, complex 
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - q[i];
 }
 
-void close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
+SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
   if (outcome == 0) track.figures->status = 0, k = limit;
   finish_track(track, k, x);
   report_loop_end(track, outcome == 0, err);
-  free_track(track);
+  return end_track(track);
 }
 
 } // namespace
 
-void solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs, double *x_pairs,
-                SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
+                        double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_complex_track(context, figures, n);
-  if (!take_rhs_norm(track, b_pairs, x_pairs)) return;
+  if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
   TaggedArray<complex> work(4LL * n, works_tag);
@@ -47,7 +47,7 @@ void solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
   std::memcpy(static_cast<void *>(p), z, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, r, z);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return free_track(track);
+  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -63,14 +63,14 @@ void solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
     rho = new_rho;
   }
-  close_loop(track, outcome, k, limit, err, x_pairs);
+  return close_loop(track, outcome, k, limit, err, x_pairs);
 }
 
-void solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs, double *x_pairs,
-                SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
+                        double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_complex_track(context, figures, n);
-  if (!take_rhs_norm(track, b_pairs, x_pairs)) return;
+  if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
   TaggedArray<complex> work(6LL * n, works_tag);
@@ -82,7 +82,7 @@ void solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
   std::memcpy(static_cast<void *>(ap), az, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, z, az);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return free_track(track);
+  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -98,7 +98,7 @@ void solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], ap[i] = az[i] + beta * ap[i];
     rho = new_rho;
   }
-  close_loop(track, outcome, k, limit, err, x_pairs);
+  return close_loop(track, outcome, k, limit, err, x_pairs);
 }
 
 } // namespace tesmora::solver_detail

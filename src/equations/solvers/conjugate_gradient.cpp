@@ -73,11 +73,11 @@ int fused_iccg_step(const SYSTEM_VIEW &s, ITERATION_TRACK &track, int k, double 
 
 } // namespace
 
-void solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-              SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                      SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_real_track(context, figures, n);
-  if (!take_rhs_norm(track, b, x)) return;
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(4LL * n, works_tag);
   CG_LOOP v{.r = work.data(), .z = work.data() + n, .p = work.data() + 2LL * n, .q = work.data() + 3LL * n};
   residual(s, b, x, v.r, v.q);
@@ -85,7 +85,7 @@ void solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *
   double rr = 0.0;
   for (int i = 0; i < n; ++i) v.p[i] = v.z[i], v.rho += v.r[i] * v.z[i], rr += v.r[i] * v.r[i];
   v.err = std::sqrt(rr / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::cg, v.err, x)) return free_track(track);
+  if (!start_track(track, TOLERANCE_RULE::cg, v.err, x)) return end_track(track);
   const bool fused = s.preconditioner == precondition_factor && !s.upper;
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
@@ -96,21 +96,21 @@ void solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *
   if (outcome == 0) figures.status = 0, k = limit;
   finish_track(track, k, x);
   if (context.settings.cg_iteration.solver != 0) report_loop_end(track, outcome == 0, v.err);
-  free_track(track);
+  return end_track(track);
 }
 
-void solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                            SOLVE_FIGURES &figures) {
+SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b,
+                                    double *x, SOLVE_FIGURES &figures) {
   const int n = s.n;
   ITERATION_TRACK track = make_real_track(context, figures, n);
-  if (!take_rhs_norm(track, b, x)) return;
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(5LL * n, works_tag);
   double *r = work.data(), *u = r + n, *w = u + n, *p = w + n, *y = p + n;
   residual(s, b, x, r, w);
   double err = std::sqrt(dot(n, r, r) / track.b2);
   const TOLERANCE_RULE rule =
       context.settings.cg_iteration.solver == 8 ? TOLERANCE_RULE::bicg : TOLERANCE_RULE::cg;
-  if (!start_track(track, rule, err, x)) return free_track(track);
+  if (!start_track(track, rule, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double nu = 0.0, zeta_old = 1.0;
   int k = 1, outcome = 0;
@@ -145,7 +145,7 @@ void solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, 
   if (outcome == 0) figures.status = 0, k = limit;
   finish_track(track, k, x);
   report_loop_end(track, outcome == 0, err);
-  free_track(track);
+  return end_track(track);
 }
 
 } // namespace tesmora::solver_detail

@@ -86,6 +86,7 @@ struct ITERATION_TRACK {
   int counter = 0;
   double *x_best = nullptr;  // tag "x_best in solve_sparse_matrix"
   bool x_holds_best = false; // the solution vector itself is the best iterate (deferred store)
+  SOLVE_RESULT result;       // what the solve gives for the JSON results, set once on every way out
 };
 
 // A track for one solve of `length` doubles, writing to the job's report streams.
@@ -105,25 +106,27 @@ int track_step_before_update(ITERATION_TRACK &track, int k, double err, const do
 void finish_track(ITERATION_TRACK &track, int k, double *x);
 // The messages of the methods other than plain ICCG at the end of their loop.
 void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err);
-void free_track(ITERATION_TRACK &track);
+// Frees the best store; returns the result the method hands back.
+SOLVE_RESULT end_track(ITERATION_TRACK &track);
 
 // Iteration limit of the solve.
 int iteration_limit(const SOLVE_CONTEXT &context, int n);
 
 // The methods. b and x have n entries (pairs when complex); figures receives what they find.
-void solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-              SOLVE_FIGURES &figures);
-void solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+// Each returns what the JSON results take of the solve.
+SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                      SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b,
+                                    double *x, SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
                             SOLVE_FIGURES &figures);
-void solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                    SOLVE_FIGURES &figures);
-void solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                SOLVE_FIGURES &figures);
-void solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                  SOLVE_FIGURES &figures);
-void solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                SOLVE_FIGURES &figures);
-void solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
-                SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                          SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
 
 } // namespace tesmora::solver_detail

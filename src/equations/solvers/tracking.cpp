@@ -4,7 +4,6 @@
 
 #include "job/memory.hpp"
 #include "job/report.hpp"
-#include "results/json_report.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -38,12 +37,11 @@ void write_line(const ITERATION_TRACK &track, std::FILE *stream, int k, double e
   write_report(stream, track.line_format, k, err);
 }
 
-// One solve's entry in the JSON results: converged flag, iteration of the solution returned and
-// its relative residual. Every way out of a method records exactly once.
-void record_solve(int converged, int iterations, double residual) {
-  json_int("ICCG", "CONVERGE", converged);
-  json_iteration("ICCG", "ITERATION", iterations);
-  json_step("ICCG", "RESIDUAL", residual);
+// What the solve gives for the JSON results: converged flag, iteration of the solution returned
+// and its relative residual. Every way out of a method sets it exactly once.
+void record_solve(ITERATION_TRACK &track, int converged, int iterations, double residual) {
+  track.result =
+      SOLVE_RESULT{.judged = 1, .converged = converged, .iterations = iterations, .error = residual};
 }
 
 } // namespace
@@ -71,7 +69,7 @@ bool take_rhs_norm(ITERATION_TRACK &track, const double *rhs, double *x) {
     figures.status = 1;
     figures.error = 0.0;
     figures.iterations = 0;
-    record_solve(1, 0, 0.0);
+    record_solve(track, 1, 0, 0.0);
     return false;
   }
   return true;
@@ -90,14 +88,14 @@ bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const 
     write_line(track, track.streams.output, 0, err);
     write_line(track, track.streams.check, 0, err);
     figures.error = err;
-    record_solve(0, 0, err);
+    record_solve(track, 0, 0, err);
     return false;
   }
   if (err == 0.0) { // an exact start
     figures.error = 0.0;
     figures.iterations = 0;
     figures.status = no_iteration_needed ? -1 : 1;
-    record_solve(figures.status == 1, 0, 0.0);
+    record_solve(track, figures.status == 1, 0, 0.0);
     return false;
   }
   track.x_best = calloc_double(static_cast<std::uint64_t>(track.length), best_tag);
@@ -112,7 +110,7 @@ bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const 
     if (no_iteration_needed) {
       figures.error = err;
       figures.status = -1;
-      record_solve(0, 0, err);
+      record_solve(track, 0, 0, err);
       return false;
     }
     track.tol = tightening(settings, rule, err);
@@ -122,7 +120,7 @@ bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const 
     figures.error = err;
     figures.status = 1;
     figures.iterations = 0;
-    record_solve(1, 0, err);
+    record_solve(track, 1, 0, err);
     return false;
   }
   return true;
@@ -186,7 +184,7 @@ void finish_track(ITERATION_TRACK &track, int k, double *x) {
   figures.error = track.best;
   figures.iterations = track.best_iteration;
   figures.total_iterations += k;
-  record_solve(figures.status == 1, figures.iterations, figures.error);
+  record_solve(track, figures.status == 1, figures.iterations, figures.error);
 }
 
 void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err) {
@@ -199,9 +197,10 @@ void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err
                err < track.tol ? "*** ICCG converges ***\n" : "*** ICCG does not converge***\n");
 }
 
-void free_track(ITERATION_TRACK &track) {
+SOLVE_RESULT end_track(ITERATION_TRACK &track) {
   free_named(track.x_best, best_tag);
   track.x_best = nullptr;
+  return track.result;
 }
 
 int iteration_limit(const SOLVE_CONTEXT &context, int n) {
