@@ -4,6 +4,7 @@
 #include "analyses/restart.hpp"
 #include "analyses/solutions_file.hpp"
 #include "equations/matrix_profile.hpp"
+#include "equations/solvers/solver_methods.hpp"
 #include "input/control_data.hpp"
 #include "input/solver_settings.hpp"
 #include "job/block_io.hpp"
@@ -25,25 +26,6 @@ namespace {
 [[noreturn]] void stop_at_unavailable_analysis(const char *work) {
   write_fault("**** The %s is not part of this build of the program. Job is stopped. ****\n", work);
   stop_job(1);
-}
-
-// The solver code of the equation: an asymmetric system takes the asymmetric sibling of the
-// symmetric method asked for.
-int equation_solver(int solver, int asymmetric) {
-  if (!asymmetric) return solver;
-  switch (solver) {
-  case 0:
-  case 1:
-    return 5;
-  case 2:
-    return 7;
-  case 3:
-    return 8;
-  case 4:
-    return 6;
-  default:
-    return solver;
-  }
 }
 
 // The stop watches of the loop that this build fills; the others report zero.
@@ -131,7 +113,9 @@ SYSTEM_EQUATION *make_system_equation(int no_unknowns, int no_nonzeros) {
   equation->no_nonzeros = no_nonzeros;
   equation->asymmetric = control.matrix_is_asymmetric;
   equation->complex = control.ac_mode != 0;
-  equation->solver = equation_solver(settings.solver, equation->asymmetric);
+  // An asymmetric system takes the asymmetric sibling of the code asked for.
+  equation->solver =
+      equation->asymmetric ? find_solver_method(settings.solver).asymmetric_code : settings.solver;
   SPARSE_MATRIX_OPTIONS options;
   options.solver = equation->solver;
   options.scaling = settings.scaling;

@@ -1,5 +1,5 @@
-// The solve entry: renumbering, scaling and factorisation, the choice of method by the solver
-// code, and the reports of each solve.
+// The solve entry: renumbering, scaling and factorisation, the routine of the solver code's row
+// in the table of solver methods, and the reports of each solve.
 #include "equations/iccg.hpp"
 
 #include "equations/renumbering.hpp"
@@ -52,7 +52,7 @@ void sparse_matrix_preconditioning(SPARSE_MATRIX *m, const CG_ITERATION &setting
     toggle_index_base(p.size, p.index, 0);
     factorise(m, p, settings, figures);
     toggle_index_base(p.size, p.index, 1);
-  } else if (settings.solver == 1) {
+  } else if (find_solver_method(settings.solver).preconditioner == PRECONDITIONER::gauss_seidel) {
     for (int i = 0; i < n; ++i) m->Diag[i] = p.lower[p.row_head_pointers[i + 1] - 1];
   }
   m->is_factorised = 1;
@@ -60,7 +60,9 @@ void sparse_matrix_preconditioning(SPARSE_MATRIX *m, const CG_ITERATION &setting
 
 namespace {
 
-SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, int solver) {
+// The system as the method of `method` sees it. Its preconditioner is the row's, but a factor only
+// where the matrix has one (it was made for the equation's code).
+SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, const SOLVER_METHOD &method) {
   SYSTEM_VIEW s;
   s.n = m->dimension;
   s.row_head_pointers = p.row_head_pointers;
@@ -70,39 +72,11 @@ SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, int solver) {
   s.L = m->L;
   s.U = m->asymmetric ? m->U : m->L;
   s.Diag = m->Diag;
-  if (solver == 1)
-    s.preconditioner = precondition_gauss_seidel;
-  else if (m->use_factor && solver != 2)
-    s.preconditioner = precondition_factor;
+  if (method.preconditioner == PRECONDITIONER::gauss_seidel)
+    s.preconditioner = PRECONDITIONER::gauss_seidel;
+  else if (method.preconditioner == PRECONDITIONER::incomplete_factor && m->use_factor)
+    s.preconditioner = PRECONDITIONER::incomplete_factor;
   return s;
-}
-
-// Runs the method of the solver code on 0-based columns. Codes without a method leave x.
-SOLVE_RESULT run_method(const SYSTEM_VIEW &s, int is_complex, const double *b, double *x,
-                        const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures) {
-  const int solver = context.settings.cg_iteration.solver;
-  if (is_complex) {
-    if (solver == 12) return solve_cocr(s, context, b, x, figures);
-    return solve_cocg(s, context, b, x, figures);
-  }
-  switch (solver) {
-  case 0:
-  case 1:
-  case 2:
-    return solve_cg(s, context, b, x, figures);
-  case 3:
-  case 8:
-    return solve_minimal_residual(s, context, b, x, figures);
-  case 4:
-  case 6:
-    return solve_bicgstab(s, context, b, x, figures);
-  case 5:
-    return solve_bicg(s, context, b, x, figures);
-  case 7:
-    return solve_gpbicg(s, context, b, x, figures);
-  default:
-    return {}; // 9, 10, 11: reserved, the start is returned
-  }
 }
 
 void write_headers(const REPORT_STREAMS &streams) {
@@ -172,9 +146,10 @@ SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution
   }
   const SOLVER_PATTERN p = solver_pattern(m);
   toggle_index_base(p.size, p.index, 0);
-  const SOLVE_CONTEXT context{.settings = settings, .request = request};
-  const SOLVE_RESULT result =
-      run_method(make_view(m, p, settings.cg_iteration.solver), m->is_complex, b, x, context, figures);
+  const SOLVER_METHOD &method = find_solver_method(settings.cg_iteration.solver);
+  const SOLVE_ROUTINE &routine = m->is_complex ? method.on_complex : method.on_real;
+  const SOLVE_CONTEXT context{.settings = settings, .request = request, .method = method, .routine = routine};
+  const SOLVE_RESULT result = routine.solve(make_view(m, p, method), context, b, x, figures);
   toggle_index_base(p.size, p.index, 1);
   if (m->scaled_option)
     for (int i = 0; i < n; ++i)

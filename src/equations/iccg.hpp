@@ -1,19 +1,7 @@
 // The linear solver family: the solve entry with its convergence bookkeeping, the incomplete
 // factorisations, and the matrix and preconditioner kernels the methods share.
 //
-// Solver codes as stored (the equation's `solver`):
-//   0  symmetric real, conjugate gradients with incomplete Cholesky (with a complex matrix:
-//      conjugate orthogonal CG with complex incomplete Cholesky)
-//   1  symmetric real, CG with symmetric Gauss-Seidel on the matrix itself
-//   2  symmetric real, CG without preconditioner
-//   3  symmetric real, two-term minimal residual with incomplete Cholesky
-//   4  symmetric real, BiCGStab with incomplete Cholesky
-//   5  asymmetric, BiCG with transposed products, incomplete LU
-//   6  asymmetric, BiCGStab, incomplete LU
-//   7  asymmetric, generalised product BiCG, incomplete LU
-//   8  asymmetric, two-term minimal residual, incomplete LU
-//   9, 10, 11  no method: the starting solution is returned
-//   12 complex symmetric, conjugate orthogonal residual method with complex incomplete Cholesky
+// What each solver code does is the table of solver methods (solvers/solver_methods.hpp).
 #pragma once
 
 #include "equations/sparse_matrix.hpp"
@@ -56,7 +44,9 @@ struct SOLVE_RESULT {
   double error = 0.0; // its relative residual
 };
 
-// Solves matrix x = rhs with the settings of the job. rhs and solution have no_unknowns entries
+// Solves matrix x = rhs with the settings of the job, by the routine of the row of
+// settings.cg_iteration.solver, the code as stored (the matrix was made for the equation's code,
+// which decides only whether it has a factor). rhs and solution have no_unknowns entries
 // (pairs when complex) in the model's numbering; solution holds the start on entry and the best
 // solution found on return. With scaling the right-hand side is left multiplied by D. Reports go
 // to output and check; figures receives what the solve found, and the result what the JSON

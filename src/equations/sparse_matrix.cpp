@@ -1,6 +1,7 @@
 // Sparse matrix records and their file form, sparse vectors, and the dense symmetric solve.
 #include "equations/sparse_matrix.hpp"
 
+#include "equations/solvers/solver_methods.hpp"
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
 #include "job/report.hpp"
@@ -42,7 +43,8 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
   m->scaled_option = options.scaling;
   m->renumber_option = options.renumber_option;
   m->is_complex = options.is_complex;
-  m->use_factor = options.solver == 1 || options.solver == 2 || options.solver == 10 ? 0 : 1;
+  const PRECONDITIONER preconditioner = find_solver_method(options.solver).preconditioner;
+  m->use_factor = preconditioner == PRECONDITIONER::incomplete_factor ? 1 : 0;
   const long long values = options.moving ? static_cast<long long>(size) + dimension : size;
   m->allocated_size = static_cast<int>(values);
   const int width = options.is_complex ? 2 : 1;
@@ -51,7 +53,7 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
   if (options.scaling) m->D = calloc_double(u64(dimension), "sparse_matrix->D");
   const bool factor = options.moving || m->use_factor;
   if (factor) m->L = calloc_double(u64(width * values), "sparse_matrix->L");
-  if (options.moving || m->use_factor || options.solver == 1)
+  if (options.moving || m->use_factor || preconditioner == PRECONDITIONER::gauss_seidel)
     m->Diag = calloc_double(u64(width) * u64(dimension), "sparse_matrix->Diag");
   if (options.asymmetric) {
     m->matrix_upper = calloc_double(u64(width * values), upper_tag);

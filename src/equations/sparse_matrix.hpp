@@ -14,7 +14,7 @@ namespace tesmora {
 
 // What make_sparse_matrix needs to know of the equation.
 struct SPARSE_MATRIX_OPTIONS {
-  int solver = 0;          // solver code as stored (see iccg.hpp); decides use_factor
+  int solver = 0;          // the equation's solver code; its row's preconditioner decides use_factor
   int scaling = 0;         // 1: diagonal scaling before each factorisation
   int asymmetric = 0;      // 1: matrix_upper and U exist
   int is_complex = 0;      // 1: values are (real, imaginary) pairs

@@ -13,23 +13,9 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-ITERATION_TRACK make_real_track(const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures, int length) {
-  ITERATION_TRACK track = make_track(context, figures, length);
-  if (context.settings.cg_iteration.solver == 4) track.line_format = "     %5d%12.5e\n";
-  return track;
-}
-
 void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r, double *q) {
   apply_matrix(s, x, q);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - q[i];
-}
-
-// The end of every loop: status, best solution, the closing messages.
-SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
-  if (outcome == 0) track.figures->status = 0, k = limit;
-  finish_track(track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  return end_track(track);
 }
 
 } // namespace
@@ -37,7 +23,7 @@ SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, d
 SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
                             SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_real_track(context, figures, n);
+  ITERATION_TRACK track = make_track(context, figures, n);
   if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *r0 = r + n, *p = r0 + n, *v = p + n, *p_hat = v + n, *sv = p_hat + n,
@@ -46,9 +32,7 @@ SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, 
   std::memcpy(r0, r, sizeof(double) * static_cast<std::size_t>(n));
   std::memset(v, 0, sizeof(double) * static_cast<std::size_t>(n));
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  const TOLERANCE_RULE rule =
-      context.settings.cg_iteration.solver == 4 ? TOLERANCE_RULE::bicgstab_symmetric : TOLERANCE_RULE::cg;
-  if (!start_track(track, rule, err, x)) return end_track(track);
+  if (!start_track(track, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double rho_old = 1.0, alpha = 1.0, omega = 1.0;
   int k = 1, outcome = 0;
@@ -76,13 +60,13 @@ SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, 
     outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
   }
-  return close_loop(track, outcome, k, limit, err, x);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
 SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
                         SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_real_track(context, figures, n);
+  ITERATION_TRACK track = make_track(context, figures, n);
   if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *rt = r + n, *z = rt + n, *zt = z + n, *p = zt + n, *pt = p + n, *q = pt + n,
@@ -95,7 +79,7 @@ SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
   std::memcpy(pt, zt, sizeof(double) * static_cast<std::size_t>(n));
   double rho = dot(n, z, rt);
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::bicg, err, x)) return end_track(track);
+  if (!start_track(track, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -119,7 +103,7 @@ SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], pt[i] = zt[i] + beta * pt[i];
     rho = new_rho;
   }
-  return close_loop(track, outcome, k, limit, err, x);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
 namespace {
@@ -158,7 +142,7 @@ void gpbicg_parameters(int n, int first, const GPBICG_VECTORS &v, double &zeta, 
 SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
                           SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_real_track(context, figures, n);
+  ITERATION_TRACK track = make_track(context, figures, n);
   if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(13LL * n, works_tag);
   double *base = work.data();
@@ -169,7 +153,7 @@ SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, co
   residual(s, b, x, v.r, v.ap);
   std::memcpy(v.r0, v.r, sizeof(double) * static_cast<std::size_t>(n));
   double err = std::sqrt(dot(n, v.r, v.r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::bicg, err, v.e)) return end_track(track);
+  if (!start_track(track, err, v.e)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double beta = 0.0, rho = dot(n, v.r0, v.r);
   int k = 1, outcome = 0;
@@ -200,7 +184,7 @@ SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, co
     outcome = track_step(track, k, err, v.e);
     if (outcome != 0) break;
   }
-  const SOLVE_RESULT result = close_loop(track, outcome, k, limit, err, v.e);
+  const SOLVE_RESULT result = close_track(track, outcome, k, limit, err, v.e);
   // x = x0 + M^-1 e_best.
   apply_preconditioner(s, v.e, v.scratch);
   for (int i = 0; i < n; ++i) x[i] += v.scratch[i];

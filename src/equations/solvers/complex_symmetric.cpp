@@ -14,21 +14,9 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-// The Hermitian norm is the real dot over the pairs: the track works on 2n doubles.
-ITERATION_TRACK make_complex_track(const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures, int n) {
-  return make_track(context, figures, 2 * n);
-}
-
 void residual(const SYSTEM_VIEW &s, const complex *b, const complex *x, complex *r, complex *q) {
   apply_matrix_complex(s, x, q);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - q[i];
-}
-
-SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
-  if (outcome == 0) track.figures->status = 0, k = limit;
-  finish_track(track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  return end_track(track);
 }
 
 } // namespace
@@ -36,7 +24,8 @@ SOLVE_RESULT close_loop(ITERATION_TRACK &track, int outcome, int k, int limit, d
 SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
                         double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_complex_track(context, figures, n);
+  // The Hermitian norm is the real dot over the pairs: the track works on 2n doubles.
+  ITERATION_TRACK track = make_track(context, figures, 2 * n);
   if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
@@ -47,7 +36,7 @@ SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
   std::memcpy(static_cast<void *>(p), z, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, r, z);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return end_track(track);
+  if (!start_track(track, err, x_pairs)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -63,13 +52,14 @@ SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
     rho = new_rho;
   }
-  return close_loop(track, outcome, k, limit, err, x_pairs);
+  return close_track(track, outcome, k, limit, err, x_pairs);
 }
 
 SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
                         double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_complex_track(context, figures, n);
+  // The Hermitian norm is the real dot over the pairs: the track works on 2n doubles.
+  ITERATION_TRACK track = make_track(context, figures, 2 * n);
   if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
@@ -82,7 +72,7 @@ SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
   std::memcpy(static_cast<void *>(ap), az, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, z, az);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::complex, err, x_pairs)) return end_track(track);
+  if (!start_track(track, err, x_pairs)) return end_track(track);
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -98,7 +88,7 @@ SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, cons
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], ap[i] = az[i] + beta * ap[i];
     rho = new_rho;
   }
-  return close_loop(track, outcome, k, limit, err, x_pairs);
+  return close_track(track, outcome, k, limit, err, x_pairs);
 }
 
 } // namespace tesmora::solver_detail

@@ -12,13 +12,6 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-ITERATION_TRACK make_real_track(const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures, int length) {
-  ITERATION_TRACK track = make_track(context, figures, length);
-  const int solver = context.settings.cg_iteration.solver;
-  if (solver == 2 || solver == 4) track.line_format = "     %5d%12.5e\n";
-  return track;
-}
-
 // r = b - A x into r, using q as scratch.
 void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r, double *q) {
   apply_matrix(s, x, q);
@@ -76,7 +69,7 @@ int fused_iccg_step(const SYSTEM_VIEW &s, ITERATION_TRACK &track, int k, double 
 SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
                       SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_real_track(context, figures, n);
+  ITERATION_TRACK track = make_track(context, figures, n);
   if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(4LL * n, works_tag);
   CG_LOOP v{.r = work.data(), .z = work.data() + n, .p = work.data() + 2LL * n, .q = work.data() + 3LL * n};
@@ -85,32 +78,27 @@ SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const 
   double rr = 0.0;
   for (int i = 0; i < n; ++i) v.p[i] = v.z[i], v.rho += v.r[i] * v.z[i], rr += v.r[i] * v.r[i];
   v.err = std::sqrt(rr / track.b2);
-  if (!start_track(track, TOLERANCE_RULE::cg, v.err, x)) return end_track(track);
-  const bool fused = s.preconditioner == precondition_factor && !s.upper;
+  if (!start_track(track, v.err, x)) return end_track(track);
+  const bool fused = s.preconditioner == PRECONDITIONER::incomplete_factor && !s.upper;
   const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
     outcome = fused ? fused_iccg_step(s, track, k, x, v) : plain_cg_step(s, track, k, x, v);
     if (outcome != 0) break;
   }
-  if (outcome == 0) figures.status = 0, k = limit;
-  finish_track(track, k, x);
-  if (context.settings.cg_iteration.solver != 0) report_loop_end(track, outcome == 0, v.err);
-  return end_track(track);
+  return close_track(track, outcome, k, limit, v.err, x);
 }
 
 SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b,
                                     double *x, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_real_track(context, figures, n);
+  ITERATION_TRACK track = make_track(context, figures, n);
   if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(5LL * n, works_tag);
   double *r = work.data(), *u = r + n, *w = u + n, *p = w + n, *y = p + n;
   residual(s, b, x, r, w);
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  const TOLERANCE_RULE rule =
-      context.settings.cg_iteration.solver == 8 ? TOLERANCE_RULE::bicg : TOLERANCE_RULE::cg;
-  if (!start_track(track, rule, err, x)) return end_track(track);
+  if (!start_track(track, err, x)) return end_track(track);
   const int limit = iteration_limit(context, n);
   double nu = 0.0, zeta_old = 1.0;
   int k = 1, outcome = 0;
@@ -142,10 +130,7 @@ SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &c
     outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
   }
-  if (outcome == 0) figures.status = 0, k = limit;
-  finish_track(track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  return end_track(track);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
 } // namespace tesmora::solver_detail

@@ -34,7 +34,7 @@ double tightening(const SOLVER_SETTINGS &settings, TOLERANCE_RULE rule, double e
 }
 
 void write_line(const ITERATION_TRACK &track, std::FILE *stream, int k, double err) {
-  write_report(stream, track.line_format, k, err);
+  write_report(stream, track.context->routine.line_format, k, err);
 }
 
 // What the solve gives for the JSON results: converged flag, iteration of the solution returned
@@ -75,7 +75,7 @@ bool take_rhs_norm(ITERATION_TRACK &track, const double *rhs, double *x) {
   return true;
 }
 
-bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const double *x) {
+bool start_track(ITERATION_TRACK &track, double err, const double *x) {
   const SOLVER_SETTINGS &settings = track.context->settings;
   const SOLVE_REQUEST &request = track.context->request;
   const double convergence = settings.cg_iteration.convergence;
@@ -113,7 +113,7 @@ bool start_track(ITERATION_TRACK &track, TOLERANCE_RULE rule, double err, const 
       record_solve(track, 0, 0, err);
       return false;
     }
-    track.tol = tightening(settings, rule, err);
+    track.tol = tightening(settings, track.context->routine.tolerance, err);
     if (track.tol < convergence && check_flag == 0) track.tol = convergence;
   }
   if (err < track.tol) {
@@ -177,6 +177,9 @@ int track_step_before_update(ITERATION_TRACK &track, int k, double err, const do
   return judge_step(track, k, err);
 }
 
+namespace {
+
+// Leaves with the best solution: x = x_best, error, iterations, total_iterations += k.
 void finish_track(ITERATION_TRACK &track, int k, double *x) {
   SOLVE_FIGURES &figures = *track.figures;
   if (!track.x_holds_best)
@@ -187,6 +190,7 @@ void finish_track(ITERATION_TRACK &track, int k, double *x) {
   record_solve(track, figures.status == 1, figures.iterations, figures.error);
 }
 
+// The messages of the methods other than plain ICCG at the end of their loop.
 void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err) {
   if (limit_ran_out) {
     write_report(track.streams.check, "*** ICCG not converged ***\n");
@@ -197,6 +201,15 @@ void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err
                err < track.tol ? "*** ICCG converges ***\n" : "*** ICCG does not converge***\n");
 }
 
+} // namespace
+
+SOLVE_RESULT close_track(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x) {
+  if (outcome == 0) track.figures->status = 0, k = limit;
+  finish_track(track, k, x);
+  if (track.context->routine.reports_loop_end) report_loop_end(track, outcome == 0, err);
+  return end_track(track);
+}
+
 SOLVE_RESULT end_track(ITERATION_TRACK &track) {
   free_named(track.x_best, best_tag);
   track.x_best = nullptr;
@@ -204,9 +217,9 @@ SOLVE_RESULT end_track(ITERATION_TRACK &track) {
 }
 
 int iteration_limit(const SOLVE_CONTEXT &context, int n) {
-  const CG_ITERATION &settings = context.settings.cg_iteration;
-  if (settings.solver == 4) return n + 10;
-  return settings.max_iterations != 0 ? settings.max_iterations : n + 10;
+  const int max_iterations = context.settings.cg_iteration.max_iterations;
+  if (context.method.limit == ITERATION_LIMIT::dimension) return n + 10;
+  return max_iterations != 0 ? max_iterations : n + 10;
 }
 
 } // namespace tesmora::solver_detail
