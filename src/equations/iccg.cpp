@@ -25,11 +25,11 @@ void factorise(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, const CG_ITERATION &se
   const int fixed = settings.fixed_accel;
   double alpha = std::max(settings.accel_factor, figures.accel_factor);
   if (m->is_complex)
-    incomplete_cholesky_complex(n, p.row_head_pointers, p.index, p.lower, m->L, m->Diag, alpha, fixed);
+    incomplete_cholesky_complex(n, p.row_head_pointers, p.columns, p.lower, m->L, m->Diag, alpha, fixed);
   else if (m->asymmetric)
-    incomplete_lu(n, p.row_head_pointers, p.index, p.lower, p.upper, m->L, m->U, m->Diag, alpha, fixed);
+    incomplete_lu(n, p.row_head_pointers, p.columns, p.lower, p.upper, m->L, m->U, m->Diag, alpha, fixed);
   else
-    incomplete_cholesky(n, p.row_head_pointers, p.index, p.lower, m->L, m->Diag, alpha, fixed);
+    incomplete_cholesky(n, p.row_head_pointers, p.columns, p.lower, m->L, m->Diag, alpha, fixed);
   write_check("shift =%lf\n", alpha);
   figures.accel_factor = alpha;
 }
@@ -49,9 +49,7 @@ void sparse_matrix_preconditioning(SPARSE_MATRIX *m, const CG_ITERATION &setting
   }
   const SOLVER_PATTERN p = solver_pattern(m);
   if (m->use_factor) {
-    toggle_index_base(p.size, p.index, 0);
     factorise(m, p, settings, figures);
-    toggle_index_base(p.size, p.index, 1);
   } else if (find_solver_method(settings.solver).preconditioner == PRECONDITIONER::gauss_seidel) {
     for (int i = 0; i < n; ++i) m->Diag[i] = p.lower[p.row_head_pointers[i + 1] - 1];
   }
@@ -66,7 +64,7 @@ SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, const SOLVER_ME
   SYSTEM_VIEW s;
   s.n = m->dimension;
   s.row_head_pointers = p.row_head_pointers;
-  s.index = p.index;
+  s.index = p.columns;
   s.lower = p.lower;
   s.upper = m->asymmetric ? p.upper : nullptr;
   s.L = m->L;
@@ -145,12 +143,10 @@ SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution
       for (int i = 0; i < n; ++i) request.norm_vector[i] *= m->D[i];
   }
   const SOLVER_PATTERN p = solver_pattern(m);
-  toggle_index_base(p.size, p.index, 0);
   const SOLVER_METHOD &method = find_solver_method(settings.cg_iteration.solver);
   const SOLVE_ROUTINE &routine = m->is_complex ? method.on_complex : method.on_real;
   const SOLVE_CONTEXT context{.settings = settings, .request = request, .method = method, .routine = routine};
   const SOLVE_RESULT result = routine.solve(make_view(m, p, method), context, b, x, figures);
-  toggle_index_base(p.size, p.index, 1);
   if (m->scaled_option)
     for (int i = 0; i < n; ++i)
       for (int w = 0; w < width; ++w) x[width * i + w] *= m->D[i];

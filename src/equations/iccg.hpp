@@ -83,8 +83,4 @@ void asymmetric_vector_product(int n, const int *row_head_pointers, const int *i
 void forward_backward_substitution(int n, const int *row_head_pointers, const int *index, const double *L,
                                    const double *U, const double *Diag, const double *r, double *z);
 
-// Subtracts (add = 0) or adds back (add = 1) one from every index entry: the methods work on
-// 0-based columns. The index is shared, so nothing may run between the two calls.
-void toggle_index_base(int size, int *index, int add);
-
 } // namespace tesmora

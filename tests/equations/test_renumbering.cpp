@@ -268,7 +268,7 @@ TEST(UnitRows, SetTheDiagonalAndTellWrongRows) {
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 6});
   const int rows[] = {4, 2};
   set_unit_rows(m, 2, rows, 0);
-  const int last = m->profile.row_head_pointers[4] - 1, middle = m->profile.row_head_pointers[2] - 1;
+  const int last = m->pattern.row_head_pointers[4] - 1, middle = m->pattern.row_head_pointers[2] - 1;
   EXPECT_EQ(m->matrix_lower[last], 1.0);
   EXPECT_EQ(m->matrix_upper[last], 1.0);
   EXPECT_EQ(m->matrix_lower[middle], 1.0);

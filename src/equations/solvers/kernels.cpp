@@ -7,11 +7,6 @@
 
 namespace tesmora {
 
-void toggle_index_base(int size, int *index, int add) {
-  const int shift = add ? 1 : -1;
-  for (int k = 0; k < size; ++k) index[k] += shift;
-}
-
 void matrix_vector_product(int n, const int *row_head_pointers, const int * /*no_elements*/, const int *index,
                            const double *matrix_lower, const double *x, double *y) {
   // Row i gathers its lower part and scatters its transpose into the earlier rows, whose sums
