@@ -11,7 +11,8 @@ namespace tesmora {
 
 // The figures the linear solves of a run produce: what the last solve found, the iteration count
 // over all solves and the shift the factorisations have reached. The stage that solves owns one
-// record for its run and hands it to every solve; nothing else is kept from one solve to the next.
+// record for its run and hands it to every solve; apart from the factor a matrix keeps, nothing
+// else carries from one solve to the next.
 struct SOLVE_FIGURES {
   double rhs_norm2 = 0.0;    // squared norm of the right-hand side of the last solve; a request
                              // with recompute_norm 0 reuses it
