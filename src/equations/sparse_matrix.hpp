@@ -60,7 +60,7 @@ struct SPARSE_MATRIX {
   double *matrix_lower_renumbered = nullptr; // values in renumbered form; when renumber_option
   double *matrix_upper_renumbered = nullptr; // the same for the upper part, when also asymmetric
   SPARSE_MATRIX *next = nullptr;             // sliding-face extension (not built here)
-  double *Diag = nullptr; // dimension (x2 complex): inverse pivots, or the diagonal (solver 1)
+  double *Diag = nullptr; // dimension (x2 complex): inverse pivots, or the diagonal (Gauss-Seidel)
 };
 
 // Allocates the record (tag "sparse_matrix"), its profile arrays with all row counts zero, and the

@@ -39,7 +39,7 @@ void write_line(const ITERATION_TRACK &track, std::FILE *stream, int k, double e
 
 // What the solve gives for the JSON results: converged flag, iteration of the solution returned
 // and its relative residual. Every way out of a method sets it exactly once.
-void record_solve(ITERATION_TRACK &track, int converged, int iterations, double residual) {
+void set_result(ITERATION_TRACK &track, int converged, int iterations, double residual) {
   track.result =
       SOLVE_RESULT{.judged = 1, .converged = converged, .iterations = iterations, .error = residual};
 }
@@ -69,7 +69,7 @@ bool take_rhs_norm(ITERATION_TRACK &track, const double *rhs, double *x) {
     figures.status = 1;
     figures.error = 0.0;
     figures.iterations = 0;
-    record_solve(track, 1, 0, 0.0);
+    set_result(track, 1, 0, 0.0);
     return false;
   }
   return true;
@@ -88,14 +88,14 @@ bool start_track(ITERATION_TRACK &track, double err, const double *x) {
     write_line(track, track.streams.output, 0, err);
     write_line(track, track.streams.check, 0, err);
     figures.error = err;
-    record_solve(track, 0, 0, err);
+    set_result(track, 0, 0, err);
     return false;
   }
   if (err == 0.0) { // an exact start
     figures.error = 0.0;
     figures.iterations = 0;
     figures.status = no_iteration_needed ? -1 : 1;
-    record_solve(track, figures.status == 1, 0, 0.0);
+    set_result(track, figures.status == 1, 0, 0.0);
     return false;
   }
   track.x_best = calloc_double(static_cast<std::uint64_t>(track.length), best_tag);
@@ -110,7 +110,7 @@ bool start_track(ITERATION_TRACK &track, double err, const double *x) {
     if (no_iteration_needed) {
       figures.error = err;
       figures.status = -1;
-      record_solve(track, 0, 0, err);
+      set_result(track, 0, 0, err);
       return false;
     }
     track.tol = tightening(settings, track.context->routine.tolerance, err);
@@ -120,7 +120,7 @@ bool start_track(ITERATION_TRACK &track, double err, const double *x) {
     figures.error = err;
     figures.status = 1;
     figures.iterations = 0;
-    record_solve(track, 1, 0, err);
+    set_result(track, 1, 0, err);
     return false;
   }
   return true;
@@ -187,7 +187,7 @@ void finish_track(ITERATION_TRACK &track, int k, double *x) {
   figures.error = track.best;
   figures.iterations = track.best_iteration;
   figures.total_iterations += k;
-  record_solve(track, figures.status == 1, figures.iterations, figures.error);
+  set_result(track, figures.status == 1, figures.iterations, figures.error);
 }
 
 // The messages of the methods other than plain ICCG at the end of their loop.
