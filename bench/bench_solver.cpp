@@ -40,9 +40,9 @@ SPARSE_MATRIX *grid_laplacian(int nx, int solver) {
   SPARSE_MATRIX *m = make_sparse_matrix(n, profile->size, {.solver = solver, .scaling = 1});
   set_sparse_matrix_profile(m, profile);
   free_matrix_profile(&profile);
-  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
-  for (int row = 1; row <= n; ++row)
-    for (int k = rhp[row - 1]; k < rhp[row]; ++k) m->matrix_lower[k] = index[k] == row ? 6.0 : -1.0;
+  const int *rhp = m->pattern.row_head_pointers, *columns = m->pattern.columns;
+  for (int row = 0; row < n; ++row)
+    for (int k = rhp[row]; k < rhp[row + 1]; ++k) m->matrix_lower[k] = columns[k] == row ? 6.0 : -1.0;
   return m;
 }
 
@@ -75,9 +75,12 @@ BENCHMARK(BM_BuildProfile)->Arg(40)->Unit(benchmark::kMillisecond);
 static void BM_LocationInMatrix(benchmark::State &state) {
   // Every stored entry of a 40^3 grid Laplacian, looked up in both orders.
   const int nx = 40;
-  SPARSE_MATRIX *m = grid_laplacian(nx, 0);
-  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
   const int n = nx * nx * nx;
+  PROFILE_LISTS *lists = grid_lists(nx);
+  MATRIX_PROFILE *profile = make_matrix_profile(n, profile_lower_with_diagonal);
+  build_profile(profile, lists);
+  free_profile_lists(&lists);
+  const int *rhp = profile->row_head_pointers, *index = profile->index;
   long long found = 0, lookups = 0;
   // The pairs to look up, in both orders, row by row as the elements of a sweep meet them.
   std::vector<std::pair<int, int>> pairs;
@@ -90,7 +93,7 @@ static void BM_LocationInMatrix(benchmark::State &state) {
     benchmark::DoNotOptimize(found);
   }
   state.SetItemsProcessed(lookups);
-  free_sparse_matrix(&m);
+  free_matrix_profile(&profile);
 }
 BENCHMARK(BM_LocationInMatrix)->Unit(benchmark::kMillisecond);
 
@@ -108,11 +111,14 @@ static void BM_IccgIteration(benchmark::State &state) {
   const int nx = static_cast<int>(state.range(0));
   const int n = nx * nx * nx;
   SPARSE_MATRIX *m = grid_laplacian(nx, 0);
-  CG_SOLVE_STATE cg;
+  SOLVER_SETTINGS settings;
+  CG_ITERATION &cg = settings.cg_iteration;
   cg.convergence = 1e-30; // never reached: a fixed number of iterations
   cg.max_iterations = 40;
+  cg.div_factor = 10.0;
   cg.div_iterations = 1000;
-  sparse_matrix_preconditioning(m, cg); // the factor is made once, outside the timing
+  SOLVE_FIGURES figures;
+  sparse_matrix_preconditioning(m, cg, figures); // the factor is made once, outside the timing
   std::vector<double> b(static_cast<std::size_t>(n), 1.0), x(b.size()), y(b.size()), z(b.size());
   // Memory traffic of one iteration: the matrix once (8-byte value, 4-byte column), the factor
   // twice, the row pointers three times, and about 23 vector streams of doubles. The triad
@@ -126,15 +132,13 @@ static void BM_IccgIteration(benchmark::State &state) {
     std::fill(b.begin(), b.end(), 1.0);
     std::fill(x.begin(), x.end(), 0.0);
     auto start = thread_seconds();
-    solve_sparse_matrix(m, b.data(), x.data(), n, cg, nullptr);
+    solve_sparse_matrix(m, b.data(), x.data(), n, settings, figures);
     iteration.push_back(seconds_since(start) / cg.max_iterations);
-    toggle_index_base(m->size, m->profile.index, 0);
     start = thread_seconds();
     for (int repeat = 0; repeat < 10; ++repeat)
-      matrix_vector_product(n, m->profile.row_head_pointers, nullptr, m->profile.index, m->matrix_lower,
+      matrix_vector_product(n, m->pattern.row_head_pointers, nullptr, m->pattern.columns, m->matrix_lower,
                             x.data(), y.data());
     product.push_back(seconds_since(start) / 10);
-    toggle_index_base(m->size, m->profile.index, 1);
     start = thread_seconds();
     for (int repeat = 0; repeat < 10; ++repeat)
       for (int i = 0; i < n; ++i) z[i] = x[i] + 0.5 * y[i];

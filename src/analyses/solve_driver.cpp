@@ -4,6 +4,7 @@
 #include "analyses/restart.hpp"
 #include "analyses/solutions_file.hpp"
 #include "equations/matrix_profile.hpp"
+#include "equations/solvers/solver_methods.hpp"
 #include "input/control_data.hpp"
 #include "input/solver_settings.hpp"
 #include "job/block_io.hpp"
@@ -13,6 +14,7 @@
 #include "job/run_files.hpp"
 #include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
+#include "results/json_report.hpp"
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
@@ -20,25 +22,6 @@
 
 namespace tesmora {
 namespace {
-
-// The solver code of the equation: an asymmetric system takes the asymmetric sibling of the
-// symmetric method asked for.
-int equation_solver(int solver, int asymmetric) {
-  if (!asymmetric) return solver;
-  switch (solver) {
-  case 0:
-  case 1:
-    return 5;
-  case 2:
-    return 7;
-  case 3:
-    return 8;
-  case 4:
-    return 6;
-  default:
-    return solver;
-  }
-}
 
 // The stop watches of the loop that this build fills; the others report zero.
 struct LOOP_WATCHES {
@@ -63,7 +46,7 @@ void write_loop_times(const LOOP_WATCHES &w) {
 }
 
 // One step of a linear static run: sources at the step's time, one solve, one record.
-void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, double time,
+void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step, double time,
                      const LOOP_WATCHES &watches) {
   set_source_amplitudes(time);
   if (equation.no_unknowns == 0) {
@@ -76,9 +59,10 @@ void one_static_step(SYSTEM_EQUATION &equation, CG_SOLVE_STATE &cg, int step, do
   SPARSE_MATRIX *matrix = load_matrix(equation);
   stop_stop_watch(watches.assemble);
   start_stop_watch(watches.solver);
-  SOLVE_RESULT result;
-  solve_sparse_matrix(matrix, equation.RHS, equation.solution, equation.no_unknowns, cg, &result);
+  const SOLVE_RESULT result = solve_sparse_matrix(matrix, equation.RHS, equation.solution,
+                                                  equation.no_unknowns, solver_settings(), figures);
   stop_stop_watch(watches.solver);
+  record_solve_result(result);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
 }
 
@@ -91,7 +75,7 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
   RUN_FILES &files = run_files();
   open_ffile(files.solutions, "w");
   write_solutions_header(files.solutions, first_part, no_unknowns, no_unknowns);
-  CG_SOLVE_STATE cg = make_cg_solve_state(solver_settings());
+  SOLVE_FIGURES figures; // the run's solve figures: the iteration count and the raised shift carry over
   int step = 0;
   double time = control.time_control.initial_time;
   for (const TIME_ROW &row : control.time_control.rows)
@@ -99,13 +83,14 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
       // The very first step of a static run keeps the initial time.
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
-      one_static_step(*equation, cg, step, time, watches);
+      one_static_step(*equation, figures, step, time, watches);
     }
   close_ffile(files.solutions);
   free_system_equation(&equation);
   write_loop_times(watches);
   std::FILE *output = files.print_out->stream;
-  write_report(output, "**** Total number of ICCG interations:      %d *********\n", cg.total_iterations);
+  write_report(output, "**** Total number of ICCG interations:      %d *********\n",
+               figures.total_iterations);
   write_report(output, "**** Total number of nonlinear interations: %d *********\n", 0);
   std::fflush(output);
   delete_stop_watch(watches.solver);
@@ -123,7 +108,9 @@ SYSTEM_EQUATION *make_system_equation(int no_unknowns, int no_nonzeros) {
   equation->no_nonzeros = no_nonzeros;
   equation->asymmetric = control.matrix_is_asymmetric;
   equation->complex = control.ac_mode != 0;
-  equation->solver = equation_solver(settings.solver, equation->asymmetric);
+  // An asymmetric system takes the asymmetric sibling of the code asked for.
+  equation->solver =
+      equation->asymmetric ? find_solver_method(settings.solver).asymmetric_code : settings.solver;
   SPARSE_MATRIX_OPTIONS options;
   options.solver = equation->solver;
   options.scaling = settings.scaling;
@@ -179,6 +166,13 @@ void load_vector(double *rhs, int no_unknowns) {
     if (source.source_vector && source.amplitude != 0.0)
       add_sparse_vector(source.source_vector, source.amplitude, rhs);
   }
+}
+
+void record_solve_result(const SOLVE_RESULT &result) {
+  if (!result.judged) return;
+  json_int("ICCG", "CONVERGE", result.converged);
+  json_iteration("ICCG", "ITERATION", result.iterations);
+  json_step("ICCG", "RESIDUAL", result.error);
 }
 
 int restore_model_variables(MESHED_MODEL &first_part) {

@@ -34,6 +34,10 @@ SPARSE_MATRIX *load_matrix(SYSTEM_EQUATION &equation);
 // rhs (no_unknowns) = the sum of the sources' load columns times their amplitudes now.
 void load_vector(double *rhs, int no_unknowns);
 
+// One solve's entry in the JSON results under "ICCG": converged flag, iteration of the solution
+// returned and its relative residual. A solve in which no method ran has none.
+void record_solve_result(const SOLVE_RESULT &result);
+
 // The stage.
 void solve_equation_stage(MESHED_MODEL &first_part);
 

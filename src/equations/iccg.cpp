@@ -1,5 +1,5 @@
-// The solve entry: renumbering, scaling and factorisation, the choice of method by the solver
-// code, and the reports of each solve.
+// The solve entry: renumbering, scaling and factorisation, the routine of the solver code's row
+// in the table of solver methods, and the reports of each solve.
 #include "equations/iccg.hpp"
 
 #include "equations/renumbering.hpp"
@@ -7,54 +7,36 @@
 #include "job/report.hpp"
 #include "job/tagged_array.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tesmora {
 
 using namespace solver_detail;
 
-CG_SOLVE_STATE make_cg_solve_state(const SOLVER_SETTINGS &settings) {
-  const CG_ITERATION &c = settings.cg_iteration;
-  const NON_LINEAR_ITERATION &nl = settings.non_linear_iteration;
-  CG_SOLVE_STATE cg;
-  cg.convergence = c.conv;
-  cg.accel_factor = c.accel_factor;
-  cg.fixed_accel = c.accel_auto; // set when ACCEL_FACTOR was given negative
-  cg.div_factor = c.div_factor;
-  cg.div_iterations = c.div_iterations;
-  cg.solver = c.solver;
-  cg.restart = c.solver == 9 ? 10 : 0;
-  cg.max_iterations = c.max_iterations;
-  cg.scaling = c.scaling;
-  cg.renumbering = c.renumbering;
-  cg.conv_ratio = nl.iccg_conv_ratio;
-  cg.non_linear_conv = nl.conv;
-  cg.check_flag = nl.check_b_relative;
-  cg.total_iterations = c.total_iterations;
-  return cg;
-}
-
 namespace {
 
 // Incomplete factor of the present (scaled) values on 0-based columns.
-void factorise(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, CG_SOLVE_STATE &cg) {
+// The shift starts from the one the last factorisation of the run reached, or from the setting
+// when that is larger (always so at the first).
+void factorise(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, const CG_ITERATION &settings,
+               SOLVE_FIGURES &figures) {
   const int n = m->dimension;
-  double alpha = cg.accel_factor;
+  const int fixed = settings.fixed_accel;
+  double alpha = std::max(settings.accel_factor, figures.accel_factor);
   if (m->is_complex)
-    incomplete_cholesky_complex(n, p.row_head_pointers, p.index, p.lower, m->L, m->Diag, alpha,
-                                cg.fixed_accel);
+    incomplete_cholesky_complex(n, p.row_head_pointers, p.columns, p.lower, m->L, m->Diag, alpha, fixed);
   else if (m->asymmetric)
-    incomplete_lu(n, p.row_head_pointers, p.index, p.lower, p.upper, m->L, m->U, m->Diag, alpha,
-                  cg.fixed_accel);
+    incomplete_lu(n, p.row_head_pointers, p.columns, p.lower, p.upper, m->L, m->U, m->Diag, alpha, fixed);
   else
-    incomplete_cholesky(n, p.row_head_pointers, p.index, p.lower, m->L, m->Diag, alpha, cg.fixed_accel);
+    incomplete_cholesky(n, p.row_head_pointers, p.columns, p.lower, m->L, m->Diag, alpha, fixed);
   write_check("shift =%lf\n", alpha);
-  cg.accel_factor = alpha;
+  figures.accel_factor = alpha;
 }
 
 } // namespace
 
-void sparse_matrix_preconditioning(SPARSE_MATRIX *m, CG_SOLVE_STATE &cg) {
+void sparse_matrix_preconditioning(SPARSE_MATRIX *m, const CG_ITERATION &settings, SOLVE_FIGURES &figures) {
   if (m->is_factorised) return;
   const int n = m->dimension;
   if (m->scaled_option && !m->is_scaled) {
@@ -67,10 +49,8 @@ void sparse_matrix_preconditioning(SPARSE_MATRIX *m, CG_SOLVE_STATE &cg) {
   }
   const SOLVER_PATTERN p = solver_pattern(m);
   if (m->use_factor) {
-    toggle_index_base(p.size, p.index, 0);
-    factorise(m, p, cg);
-    toggle_index_base(p.size, p.index, 1);
-  } else if (cg.solver == 1) {
+    factorise(m, p, settings, figures);
+  } else if (find_solver_method(settings.solver).preconditioner == PRECONDITIONER::gauss_seidel) {
     for (int i = 0; i < n; ++i) m->Diag[i] = p.lower[p.row_head_pointers[i + 1] - 1];
   }
   m->is_factorised = 1;
@@ -78,55 +58,23 @@ void sparse_matrix_preconditioning(SPARSE_MATRIX *m, CG_SOLVE_STATE &cg) {
 
 namespace {
 
-SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, int solver) {
+// The system as the method of `method` sees it. Its preconditioner is the row's, but a factor only
+// where the matrix has one (it was made for the equation's code).
+SYSTEM_VIEW make_view(SPARSE_MATRIX *m, const SOLVER_PATTERN &p, const SOLVER_METHOD &method) {
   SYSTEM_VIEW s;
   s.n = m->dimension;
   s.row_head_pointers = p.row_head_pointers;
-  s.index = p.index;
+  s.index = p.columns;
   s.lower = p.lower;
   s.upper = m->asymmetric ? p.upper : nullptr;
   s.L = m->L;
   s.U = m->asymmetric ? m->U : m->L;
   s.Diag = m->Diag;
-  if (solver == 1)
-    s.preconditioner = precondition_gauss_seidel;
-  else if (m->use_factor && solver != 2)
-    s.preconditioner = precondition_factor;
+  if (method.preconditioner == PRECONDITIONER::gauss_seidel)
+    s.preconditioner = PRECONDITIONER::gauss_seidel;
+  else if (method.preconditioner == PRECONDITIONER::incomplete_factor && m->use_factor)
+    s.preconditioner = PRECONDITIONER::incomplete_factor;
   return s;
-}
-
-// Runs the method of the solver code on 0-based columns. Codes without a method leave x.
-void run_method(const SYSTEM_VIEW &s, int is_complex, const double *b, double *x, CG_SOLVE_STATE &cg) {
-  if (is_complex) {
-    if (cg.solver == 12)
-      solve_cocr(s, b, x, cg);
-    else
-      solve_cocg(s, b, x, cg);
-    return;
-  }
-  switch (cg.solver) {
-  case 0:
-  case 1:
-  case 2:
-    solve_cg(s, b, x, cg);
-    break;
-  case 3:
-  case 8:
-    solve_minimal_residual(s, b, x, cg);
-    break;
-  case 4:
-  case 6:
-    solve_bicgstab(s, b, x, cg);
-    break;
-  case 5:
-    solve_bicg(s, b, x, cg);
-    break;
-  case 7:
-    solve_gpbicg(s, b, x, cg);
-    break;
-  default:
-    break; // 9, 10, 11: reserved, the start is returned
-  }
 }
 
 void write_headers(const REPORT_STREAMS &streams) {
@@ -136,13 +84,14 @@ void write_headers(const REPORT_STREAMS &streams) {
   write_report(streams.output, "       No.       Error\n");
 }
 
-void write_outcome(const REPORT_STREAMS &streams, const CG_SOLVE_STATE &cg) {
+void write_outcome(const REPORT_STREAMS &streams, const SOLVE_FIGURES &figures) {
   std::FILE *targets[] = {streams.output, streams.check};
   for (std::FILE *stream : targets) {
     if (!stream) continue;
-    if (cg.status == 1 || cg.status == 0) {
-      write_report(stream, cg.status == 1 ? "*** ICCG converges ***\n" : "*** ICCG doesn't converge ***\n");
-      write_report(stream, "     %5d  %12.5e\n", cg.iterations, cg.error);
+    if (figures.status == 1 || figures.status == 0) {
+      write_report(stream,
+                   figures.status == 1 ? "*** ICCG converges ***\n" : "*** ICCG doesn't converge ***\n");
+      write_report(stream, "     %5d  %12.5e\n", figures.iterations, figures.error);
     } else {
       write_report(stream, stream == streams.output ? "*** No ICCG iteration ***\n\n"
                                                     : "*** No ICCG iteration ***\n");
@@ -167,9 +116,10 @@ bool all_zero(int count, const double *values) {
 
 } // namespace
 
-void solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no_unknowns, CG_SOLVE_STATE &cg,
-                         SOLVE_RESULT *result) {
-  if (no_unknowns == 0) return;
+SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no_unknowns,
+                                 const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures,
+                                 const SOLVE_REQUEST &request) {
+  if (no_unknowns == 0) return {};
   const int n = m->dimension, width = m->is_complex ? 2 : 1;
   double *b = rhs, *x = solution;
   TaggedArray<double> permuted;
@@ -177,9 +127,9 @@ void solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no
     permuted = TaggedArray<double>(2LL * width * n, "sparse_matrix->works");
     b = permuted.data(), x = permuted.data() + width * n;
     sparse_matrix_renumbering(n, m, rhs, solution, b, x);
-    if (cg.initial_vector) permute_vector(n, width, m->renumbering_index, cg.initial_vector);
+    if (request.initial_vector) permute_vector(n, width, m->renumbering_index, request.initial_vector);
   }
-  sparse_matrix_preconditioning(m, cg);
+  sparse_matrix_preconditioning(m, settings.cg_iteration, figures);
   const REPORT_STREAMS streams = report_streams();
   write_headers(streams);
   if (m->is_complex && all_zero(2 * n, b)) {
@@ -189,20 +139,20 @@ void solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution, int no
   if (m->scaled_option) {
     for (int i = 0; i < n; ++i)
       for (int w = 0; w < width; ++w) x[width * i + w] /= m->D[i], b[width * i + w] *= m->D[i];
-    if (!m->is_complex && cg.norm_vector)
-      for (int i = 0; i < n; ++i) cg.norm_vector[i] *= m->D[i];
+    if (!m->is_complex && request.norm_vector)
+      for (int i = 0; i < n; ++i) request.norm_vector[i] *= m->D[i];
   }
   const SOLVER_PATTERN p = solver_pattern(m);
-  toggle_index_base(p.size, p.index, 0);
-  run_method(make_view(m, p, cg.solver), m->is_complex, b, x, cg);
-  toggle_index_base(p.size, p.index, 1);
+  const SOLVER_METHOD &method = find_solver_method(settings.cg_iteration.solver);
+  const SOLVE_ROUTINE &routine = m->is_complex ? method.on_complex : method.on_real;
+  const SOLVE_CONTEXT context{.settings = settings, .request = request, .method = method, .routine = routine};
+  const SOLVE_RESULT result = routine.solve(make_view(m, p, method), context, b, x, figures);
   if (m->scaled_option)
     for (int i = 0; i < n; ++i)
       for (int w = 0; w < width; ++w) x[width * i + w] *= m->D[i];
   sparse_matrix_restore_numbering(n, m, x, solution);
-  write_outcome(streams, cg);
-  if (result)
-    result->iterations = cg.iterations, result->error = cg.error, result->converged = cg.status == 1;
+  write_outcome(streams, figures);
+  return result;
 }
 
 } // namespace tesmora

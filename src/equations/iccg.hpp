@@ -1,19 +1,7 @@
 // The linear solver family: the solve entry with its convergence bookkeeping, the incomplete
 // factorisations, and the matrix and preconditioner kernels the methods share.
 //
-// Solver codes as stored (the equation's `solver`):
-//   0  symmetric real, conjugate gradients with incomplete Cholesky (with a complex matrix:
-//      conjugate orthogonal CG with complex incomplete Cholesky)
-//   1  symmetric real, CG with symmetric Gauss-Seidel on the matrix itself
-//   2  symmetric real, CG without preconditioner
-//   3  symmetric real, two-term minimal residual with incomplete Cholesky
-//   4  symmetric real, BiCGStab with incomplete Cholesky
-//   5  asymmetric, BiCG with transposed products, incomplete LU
-//   6  asymmetric, BiCGStab, incomplete LU
-//   7  asymmetric, generalised product BiCG, incomplete LU
-//   8  asymmetric, two-term minimal residual, incomplete LU
-//   9, 10, 11  no method: the starting solution is returned
-//   12 complex symmetric, conjugate orthogonal residual method with complex incomplete Cholesky
+// What each solver code does is the table of solver methods (solvers/solver_methods.hpp).
 #pragma once
 
 #include "equations/sparse_matrix.hpp"
@@ -21,55 +9,58 @@
 
 namespace tesmora {
 
-// Settings and figures of the linear solves of a run ("cg_iteration").
-struct CG_SOLVE_STATE {
-  double convergence = 1e-8;        // ICCG_CONV, relative residual
-  double accel_factor = 1.0;        // shift of the factorisation; raised by it and kept for the next one
-  int fixed_accel = 0;              // 1: no automatic raising (ACCEL_FACTOR was negative)
-  double div_factor = 10.0;         // DIV_FACTOR
-  int div_iterations = 100;         // DIV_ITERATIONS
-  int solver = 0;                   // code as stored, above
-  int restart = 0;                  // 10 for solver 9
-  int max_iterations = 0;           // 0: dimension + 10
-  int in_nonlinear = 0;             // 1 while a nonlinear loop calls: its tolerance rules apply
-  int scaling = 1;                  // 1: diagonal scaling
-  int renumbering = 0;              // 0 none, 1 levels, 2 AMD
+// The figures the linear solves of a run produce: what the last solve found, the iteration count
+// over all solves and the shift the factorisations have reached. The stage that solves owns one
+// record for its run and hands it to every solve; apart from the factor a matrix keeps, nothing
+// else carries from one solve to the next.
+struct SOLVE_FIGURES {
+  double rhs_norm2 = 0.0;    // squared norm of the right-hand side of the last solve; a request
+                             // with recompute_norm 0 reuses it
+  double first_error = 0.0;  // relative residual at the start of the last solve
+  double error = 0.0;        // relative residual of the solution returned
+  int iterations = 0;        // iteration at which the returned solution was found
+  int status = 0;            // 1 converged, 0 not converged, -1 no iteration was needed
+  int total_iterations = 0;  // iterations of all solves of the run
+  double accel_factor = 0.0; // shift the last factorisation used, 0 before the first; the next one
+                             // starts from the larger of it and the setting, so a raised shift stays
+};
+
+// How a caller asks for one solve; the defaults are a plain linear solve.
+struct SOLVE_REQUEST {
+  int in_nonlinear = 0;             // 1 when a nonlinear loop calls: its tolerance rules apply
+  int restart_type3 = 0;            // 1 when the run is a restart of type 3 (nonlinear rule)
   int recompute_norm = 1;           // 1: norm of the right-hand side anew; 0: use rhs_norm2
-  double *norm_vector = nullptr;    // when set (and recompute_norm) the norm is taken of it;
-                                    // multiplied by D with scaling
-  double *initial_vector = nullptr; // stored starting solution of the periodic scheme, or null
-  // Nonlinear-loop parameters of the tolerance rule.
-  double conv_ratio = 0.0;      // ICCG_CONV_RATIO
-  double non_linear_conv = 1.0; // NON_LINEAR_CONV (solver 4)
-  int check_flag = 0;           // CHECK_B was negative
-  int restart_type3 = 0;        // the run is a restart of type 3
-  // Figures.
-  double rhs_norm2 = 0.0;   // squared norm of the right-hand side of the last solve
-  double first_error = 0.0; // relative residual at the start of the last solve
-  double error = 0.0;       // relative residual of the solution returned
-  int iterations = 0;       // iteration at which the returned solution was found
-  int status = 0;           // 1 converged, 0 not converged, -1 no iteration was needed
-  int total_iterations = 0; // over all solves
+  double *norm_vector = nullptr;    // when set (and recompute_norm) the norm is taken of it instead;
+                                    // dimension entries, multiplied by D in place with scaling
+  double *initial_vector = nullptr; // stored starting solution of the periodic scheme, or null;
+                                    // permuted in place with per-solve renumbering
 };
 
-// The state a stage driver starts from, taken from the job's settings.
-CG_SOLVE_STATE make_cg_solve_state(const SOLVER_SETTINGS &settings);
-
-// What the JSON results take of one solve.
+// What one solve gives its caller for the JSON results. judged is 0 when no method ran its
+// bookkeeping (an empty system, or a code that selects no method): such a solve has no entry.
 struct SOLVE_RESULT {
-  int iterations = 0;
-  double error = 0.0;
-  int converged = 0;
+  int judged = 0;     // 1 when the fields below are the solve's
+  int converged = 0;  // 1 when the tolerance was reached (a zero right-hand side counts)
+  int iterations = 0; // iteration of the solution returned
+  double error = 0.0; // its relative residual
 };
 
-// Solves matrix x = rhs. rhs and solution have no_unknowns entries (pairs when complex) in the
-// model's numbering; solution holds the start on entry and the best solution found on return.
-// With scaling the right-hand side is left multiplied by D. Reports go to output and check.
-void solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
-                         CG_SOLVE_STATE &cg, SOLVE_RESULT *result);
+// Solves matrix x = rhs with the settings of the job, by the routine of the row of
+// settings.cg_iteration.solver, the code as stored (the matrix was made for the equation's code,
+// which decides only whether it has a factor). rhs and solution have no_unknowns entries
+// (pairs when complex) in the model's numbering; solution holds the start on entry and the best
+// solution found on return. With scaling the right-hand side is left multiplied by D. Reports go
+// to output and check; figures receives what the solve found, and the result what the JSON
+// results take of it (the caller records it).
+SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
+                                 const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures,
+                                 const SOLVE_REQUEST &request = {});
 
-// Scaling and incomplete factorisation of the present values; nothing when is_factorised.
-void sparse_matrix_preconditioning(SPARSE_MATRIX *matrix, CG_SOLVE_STATE &cg);
+// Scaling and incomplete factorisation of the present values; nothing when is_factorised. The
+// shift starts from the larger of settings.accel_factor and figures.accel_factor, and the one
+// used is left in figures.accel_factor.
+void sparse_matrix_preconditioning(SPARSE_MATRIX *matrix, const CG_ITERATION &settings,
+                                   SOLVE_FIGURES &figures);
 
 // Incomplete factorisations without fill on the type-1 pattern (0-based columns). alpha is the
 // starting shift (values below 1 act as 1) and returns the one used; with fixed_accel it is not
@@ -92,9 +83,5 @@ void asymmetric_vector_product(int n, const int *row_head_pointers, const int *i
 // S^-1 = Diag. Swapping L and U gives the transposed preconditioner.
 void forward_backward_substitution(int n, const int *row_head_pointers, const int *index, const double *L,
                                    const double *U, const double *Diag, const double *r, double *z);
-
-// Subtracts (add = 0) or adds back (add = 1) one from every index entry: the methods work on
-// 0-based columns. The index is shared, so nothing may run between the two calls.
-void toggle_index_base(int size, int *index, int add);
 
 } // namespace tesmora

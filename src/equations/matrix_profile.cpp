@@ -172,8 +172,9 @@ void skip_matrix_profile(FFILE *file) {
   blocked_fseek(file, 4 * (static_cast<std::int64_t>(dimension) + 1 + size), SEEK_CUR);
 }
 
-// Offset of `column` in row `row` (1-based) or -1. The row is sorted, so a binary search over
-// it; short rows (the edge stencil) are scanned, which is quicker than branching on halves.
+// Offset of `column` in row `row` (1-based row; the column in the base of `index`) or -1. The row is sorted,
+// so a binary search over it; short rows (the edge stencil) are scanned, which is quicker than branching on
+// halves.
 static inline int find_in_row(int row, int column, const int *row_head_pointers, const int *index) {
   int low = row_head_pointers[row - 1];
   int high = row_head_pointers[row];
@@ -194,6 +195,17 @@ int location_in_matrix(int i, int j, const int *row_head_pointers, const int *in
   const int location = find_in_row(row, column, row_head_pointers, index);
   if (location < 0) {
     write_fault("*** Location error in matrix i=%d, j=%d\n", i, j);
+    stop_job(1);
+  }
+  return location;
+}
+
+int location_in_pattern(int i, int j, const int *row_head_pointers, const int *columns) {
+  // Row max(i,j) in 1-based terms, searched for a 0-based column.
+  const int row = std::max(i, j) + 1, column = std::min(i, j);
+  const int location = find_in_row(row, column, row_head_pointers, columns);
+  if (location < 0) {
+    write_fault("*** Location error in matrix i=%d, j=%d\n", i + 1, j + 1);
     stop_job(1);
   }
   return location;

@@ -83,6 +83,9 @@ void skip_matrix_profile(FFILE *file);
 // min(i,j). A missing entry writes "*** Location error in matrix i=%d, j=%d\n" to the stderr and
 // check files and stops the job.
 int location_in_matrix(int i, int j, const int *row_head_pointers, const int *index);
+// The same in a lower pattern with 0-based columns (a SPARSE_MATRIX's): i and j 0-based, either
+// order; the message gives them 1-based.
+int location_in_pattern(int i, int j, const int *row_head_pointers, const int *columns);
 // The same in a full pattern: row i, column j; its message names the source matrix.
 int location_in_source_matrix(int i, int j, const int *row_head_pointers, const int *index);
 

@@ -118,13 +118,13 @@ SOLVER_PATTERN solver_pattern(SPARSE_MATRIX *m) {
   SOLVER_PATTERN p;
   p.size = m->size;
   if (m->renumber_option && m->is_renumbered) {
-    p.row_head_pointers = m->profile.row_head_pointers + m->dimension + 1;
-    p.index = m->profile.index + m->size;
+    p.row_head_pointers = m->pattern.row_head_pointers + m->dimension + 1;
+    p.columns = m->pattern.columns + m->size;
     p.lower = m->matrix_lower_renumbered;
     p.upper = m->matrix_upper_renumbered;
   } else {
-    p.row_head_pointers = m->profile.row_head_pointers;
-    p.index = m->profile.index;
+    p.row_head_pointers = m->pattern.row_head_pointers;
+    p.columns = m->pattern.columns;
     p.lower = m->matrix_lower;
     p.upper = m->matrix_upper;
   }
@@ -133,14 +133,15 @@ SOLVER_PATTERN solver_pattern(SPARSE_MATRIX *m) {
 
 namespace {
 
-// The full pattern (both triangles and the diagonal) of a type-1 lower pattern.
-void make_full_pattern(int n, const int *rhp, const int *index, TaggedArray<int> &full_rhp,
+// The full pattern (both triangles and the diagonal, 1-based columns, as the orderings take it)
+// of a type-1 lower pattern with 0-based columns.
+void make_full_pattern(int n, const int *rhp, const int *columns, TaggedArray<int> &full_rhp,
                        TaggedArray<int> &full_index) {
   full_rhp = TaggedArray<int>(n + 1LL, "work for renumber_variables");
   for (int i = 0; i < n; ++i)
     for (int k = rhp[i]; k < rhp[i + 1]; ++k) {
       ++full_rhp[i + 1];
-      if (index[k] - 1 != i) ++full_rhp[index[k]];
+      if (columns[k] != i) ++full_rhp[columns[k] + 1];
     }
   for (int i = 0; i < n; ++i) full_rhp[i + 1] += full_rhp[i];
   full_index = TaggedArray<int>(full_rhp[n], "work for renumber_variables");
@@ -148,43 +149,44 @@ void make_full_pattern(int n, const int *rhp, const int *index, TaggedArray<int>
   for (int i = 0; i < n; ++i) fill[i] = full_rhp[i];
   for (int i = 0; i < n; ++i) // rows ascending, so every row of the result ascends
     for (int k = rhp[i]; k < rhp[i + 1]; ++k) {
-      const int j = index[k] - 1;
+      const int j = columns[k];
       full_index[fill[i]++] = j + 1;
       if (j != i) full_index[fill[j]++] = i + 1;
     }
   for (int i = 0; i < n; ++i) std::sort(full_index.data() + full_rhp[i], full_index.data() + full_rhp[i + 1]);
 }
 
-// The permuted lower pattern into the second halves of the pattern arrays.
+// The permuted lower pattern into the second halves of the pattern arrays. new_number holds
+// 1-based numbers; the columns stay 0-based.
 void make_permuted_pattern(int n, SPARSE_MATRIX *m) {
-  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
+  const int *rhp = m->pattern.row_head_pointers, *columns = m->pattern.columns;
   const int *new_number = m->renumbering_index;
-  int *rhp2 = m->profile.row_head_pointers + n + 1, *index2 = m->profile.index + m->size;
+  int *rhp2 = m->pattern.row_head_pointers + n + 1, *columns2 = m->pattern.columns + m->size;
   std::memset(rhp2, 0, sizeof(int) * (n + 1));
   for (int i = 0; i < n; ++i)
-    for (int k = rhp[i]; k < rhp[i + 1]; ++k) ++rhp2[std::max(new_number[i], new_number[index[k] - 1])];
+    for (int k = rhp[i]; k < rhp[i + 1]; ++k) ++rhp2[std::max(new_number[i], new_number[columns[k]])];
   for (int i = 0; i < n; ++i) rhp2[i + 1] += rhp2[i];
   TaggedArray<int> fill(n, "work for renumber_variables");
   for (int i = 0; i < n; ++i) fill[i] = rhp2[i];
   for (int i = 0; i < n; ++i)
     for (int k = rhp[i]; k < rhp[i + 1]; ++k) {
-      const int a = new_number[i], b = new_number[index[k] - 1];
-      index2[fill[std::max(a, b) - 1]++] = std::min(a, b);
+      const int a = new_number[i], b = new_number[columns[k]];
+      columns2[fill[std::max(a, b) - 1]++] = std::min(a, b) - 1;
     }
-  for (int i = 0; i < n; ++i) std::sort(index2 + rhp2[i], index2 + rhp2[i + 1]); // diagonal ends last
-  int *rows2 = m->profile.no_elements_in_row + n;
+  for (int i = 0; i < n; ++i) std::sort(columns2 + rhp2[i], columns2 + rhp2[i + 1]); // diagonal ends last
+  int *rows2 = m->pattern.no_elements_in_row + n;
   for (int i = 0; i < n; ++i) rows2[i] = rhp2[i + 1] - rhp2[i];
 }
 
 // The values into the renumbered arrays; lower and upper swap where the order reverses.
 void copy_permuted_values(int n, SPARSE_MATRIX *m) {
-  const int *rhp = m->profile.row_head_pointers, *index = m->profile.index;
-  const int *rhp2 = rhp + n + 1, *index2 = index + m->size;
+  const int *rhp = m->pattern.row_head_pointers, *columns = m->pattern.columns;
+  const int *rhp2 = rhp + n + 1, *columns2 = columns + m->size;
   const int width = m->is_complex ? 2 : 1;
   for (int i = 0; i < n; ++i)
     for (int k = rhp[i]; k < rhp[i + 1]; ++k) {
-      const int a = m->renumbering_index[i], b = m->renumbering_index[index[k] - 1];
-      const int target = location_in_matrix(a, b, rhp2, index2);
+      const int a = m->renumbering_index[i], b = m->renumbering_index[columns[k]];
+      const int target = location_in_pattern(a - 1, b - 1, rhp2, columns2);
       const bool reversed = a < b;
       for (int w = 0; w < width; ++w) {
         m->matrix_lower_renumbered[width * target + w] =
@@ -203,7 +205,7 @@ void sparse_matrix_renumbering(int n, SPARSE_MATRIX *m, const double *rhs, const
   if (!m->renumber_option) return;
   if (!m->is_renumbered) {
     TaggedArray<int> full_rhp, full_index;
-    make_full_pattern(n, m->profile.row_head_pointers, m->profile.index, full_rhp, full_index);
+    make_full_pattern(n, m->pattern.row_head_pointers, m->pattern.columns, full_rhp, full_index);
     TaggedArray<int> work(4LL * n + 4, "work for renumber_variables");
     int connections = 1;
     if (m->renumber_option == renumbering_amd)
@@ -239,7 +241,7 @@ void set_unit_rows(SPARSE_MATRIX *m, int count, const int *variables, int in_sli
   const int width = m->is_complex ? 2 : 1;
   for (int k = 0; k < count; ++k) {
     const int row = variables[k];
-    const int first = m->profile.row_head_pointers[row - 1], diagonal = m->profile.row_head_pointers[row] - 1;
+    const int first = m->pattern.row_head_pointers[row - 1], diagonal = m->pattern.row_head_pointers[row] - 1;
     if (diagonal > first) write_check("wrong set disconnect variables[%d]\n", row);
     for (int w = 0; w < width; ++w) {
       m->matrix_lower[width * diagonal + w] = w == 0 ? 1.0 : 0.0;

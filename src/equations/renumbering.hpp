@@ -49,8 +49,8 @@ void sparse_matrix_restore_numbering(int n, const SPARSE_MATRIX *matrix, const d
 // The pattern and values the solver works on: the renumbered ones when the matrix is renumbered
 // at each solve, else the plain ones.
 struct SOLVER_PATTERN {
-  int *row_head_pointers = nullptr;
-  int *index = nullptr;
+  int *row_head_pointers = nullptr; // dimension+1 offsets
+  int *columns = nullptr;           // size columns, 0-based
   int size = 0;
   double *lower = nullptr;
   double *upper = nullptr;

@@ -1,9 +1,11 @@
 // Sparse matrix records and their file form, sparse vectors, and the dense symmetric solve.
 #include "equations/sparse_matrix.hpp"
 
+#include "equations/solvers/solver_methods.hpp"
 #include "job/block_io.hpp"
 #include "job/memory.hpp"
 #include "job/report.hpp"
+#include "job/tagged_array.hpp"
 
 #include <cstring>
 
@@ -24,11 +26,9 @@ std::uint64_t u64(long long value) { return static_cast<std::uint64_t>(value); }
 // pattern behind the plain one.
 void make_pattern_arrays(SPARSE_MATRIX *m, int dimension, int size, int moving) {
   const long long copies = moving ? 2 : 1;
-  m->profile.type = profile_lower_with_diagonal;
-  m->profile.dimension = dimension;
-  m->profile.no_elements_in_row = calloc_int(u64(copies * dimension), rows_tag);
-  m->profile.row_head_pointers = calloc_int(u64(copies * (dimension + 1LL)), rhp_tag);
-  m->profile.index = calloc_int(u64(copies * size), index_tag);
+  m->pattern.no_elements_in_row = calloc_int(u64(copies * dimension), rows_tag);
+  m->pattern.row_head_pointers = calloc_int(u64(copies * (dimension + 1LL)), rhp_tag);
+  m->pattern.columns = calloc_int(u64(copies * size), index_tag);
 }
 
 } // namespace
@@ -42,7 +42,8 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
   m->scaled_option = options.scaling;
   m->renumber_option = options.renumber_option;
   m->is_complex = options.is_complex;
-  m->use_factor = options.solver == 1 || options.solver == 2 || options.solver == 10 ? 0 : 1;
+  const PRECONDITIONER preconditioner = find_solver_method(options.solver).preconditioner;
+  m->use_factor = preconditioner == PRECONDITIONER::incomplete_factor ? 1 : 0;
   const long long values = options.moving ? static_cast<long long>(size) + dimension : size;
   m->allocated_size = static_cast<int>(values);
   const int width = options.is_complex ? 2 : 1;
@@ -51,7 +52,7 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
   if (options.scaling) m->D = calloc_double(u64(dimension), "sparse_matrix->D");
   const bool factor = options.moving || m->use_factor;
   if (factor) m->L = calloc_double(u64(width * values), "sparse_matrix->L");
-  if (options.moving || m->use_factor || options.solver == 1)
+  if (options.moving || m->use_factor || preconditioner == PRECONDITIONER::gauss_seidel)
     m->Diag = calloc_double(u64(width) * u64(dimension), "sparse_matrix->Diag");
   if (options.asymmetric) {
     m->matrix_upper = calloc_double(u64(width * values), upper_tag);
@@ -67,9 +68,9 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
 
 // Frees every array the record owns, the extension included, and leaves the record empty.
 static void free_sparse_matrix_arrays(SPARSE_MATRIX *m) {
-  free_named(m->profile.no_elements_in_row, rows_tag);
-  free_named(m->profile.row_head_pointers, rhp_tag);
-  free_named(m->profile.index, index_tag);
+  free_named(m->pattern.no_elements_in_row, rows_tag);
+  free_named(m->pattern.row_head_pointers, rhp_tag);
+  free_named(m->pattern.columns, index_tag);
   free_named(m->matrix_lower, lower_tag);
   free_named(m->matrix_upper, upper_tag);
   free_named(m->L, "sparse_matrix->L");
@@ -92,10 +93,11 @@ void free_sparse_matrix(SPARSE_MATRIX **matrix) {
 
 void set_sparse_matrix_profile(SPARSE_MATRIX *matrix, const MATRIX_PROFILE *profile) {
   const int n = profile->dimension;
-  std::memcpy(matrix->profile.row_head_pointers, profile->row_head_pointers, sizeof(int) * (n + 1));
-  std::memcpy(matrix->profile.no_elements_in_row, profile->no_elements_in_row, sizeof(int) * n);
-  std::memcpy(matrix->profile.index, profile->index, sizeof(int) * u64(profile->size));
-  matrix->profile.size = profile->size;
+  std::memcpy(matrix->pattern.row_head_pointers, profile->row_head_pointers, sizeof(int) * (n + 1));
+  std::memcpy(matrix->pattern.no_elements_in_row, profile->no_elements_in_row, sizeof(int) * n);
+  const int *one_based = profile->index;
+  int *columns = matrix->pattern.columns;
+  for (int k = 0; k < profile->size; ++k) columns[k] = one_based[k] - 1;
   matrix->size = profile->size;
 }
 
@@ -106,6 +108,19 @@ void write_optional(FFILE *file, const double *values, std::uint64_t count) {
   const int present = values ? 1 : 0;
   write_blocks(&present, 4, 1, file);
   if (values && count > 0) write_blocks(values, 8, count, file);
+}
+
+// The pattern in the file form of a MATRIX_PROFILE, whose columns are 1-based.
+void write_pattern(FFILE *file, const SPARSE_MATRIX *m) {
+  TaggedArray<int> one_based(m->size, "work in write_sparse_matrix");
+  for (int k = 0; k < m->size; ++k) one_based[k] = m->pattern.columns[k] + 1;
+  MATRIX_PROFILE profile;
+  profile.dimension = m->dimension;
+  profile.size = m->size;
+  profile.index = one_based.data();
+  profile.no_elements_in_row = m->pattern.no_elements_in_row;
+  profile.row_head_pointers = m->pattern.row_head_pointers;
+  write_matrix_profile(file, &profile);
 }
 
 double *read_optional(FFILE *file, std::uint64_t count, const char *tag) {
@@ -125,7 +140,7 @@ void write_sparse_matrix(FFILE *file, const SPARSE_MATRIX *m) {
       m->is_scaled, m->use_factor, m->is_factorised,  m->connected,  m->is_renumbered, m->renumbered_before,
       m->is_complex};
   write_blocks(flags, 4, 13, file);
-  write_matrix_profile(file, &m->profile);
+  write_pattern(file, m);
   const std::uint64_t width = m->is_complex ? 2 : 1;
   write_optional(file, m->matrix_lower, width * u64(m->size));
   write_optional(file, m->matrix_upper, width * u64(m->size));
@@ -148,8 +163,10 @@ SPARSE_MATRIX *read_sparse_matrix(FFILE *file, SPARSE_MATRIX *matrix) {
   m->use_factor = flags[7];
   m->is_factorised = flags[8], m->connected = flags[9], m->is_renumbered = flags[10];
   m->renumbered_before = flags[11], m->is_complex = flags[12];
-  make_pattern_arrays(m, m->dimension, 0, 0);
-  read_matrix_profile(file, &m->profile);
+  MATRIX_PROFILE *profile = read_matrix_profile(file, nullptr);
+  make_pattern_arrays(m, m->dimension, profile->size, 0);
+  set_sparse_matrix_profile(m, profile);
+  free_matrix_profile(&profile);
   const std::uint64_t width = m->is_complex ? 2 : 1;
   m->matrix_lower = read_optional(file, width * u64(m->size), "matrix->matrix_lower");
   m->matrix_upper = read_optional(file, width * u64(m->size), "matrix->matrix_upper");

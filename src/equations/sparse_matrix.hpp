@@ -1,10 +1,13 @@
 // SPARSE_MATRIX (a profile with its values, factors and renumbering), SPARSE_VECTOR, the packed
 // SYMMETRIC_MATRIX, and the two-array addition of asymmetric assembly.
 //
-// Values follow the type-1 profile: matrix_lower[k] is entry (row, index[k]) with the diagonal as
-// the last entry of each row. matrix_upper holds the strict upper part by rows of the transpose:
-// at the place of (i,j), i > j, it holds a_ji; its diagonal equals the lower one. A complex matrix
-// stores (real, imaginary) pairs, so each value array is twice as long.
+// Values follow the type-1 pattern: matrix_lower[k] is entry (row, columns[k]) with the diagonal as
+// the last entry of each row. Unlike a MATRIX_PROFILE, the pattern holds 0-based columns, the base
+// of every loop of the solver; it is converted once where it meets the 1-based profile of the
+// builders and of the file forms (set_sparse_matrix_profile, write_ and read_sparse_matrix). matrix_upper
+// holds the strict upper part by rows of the transpose: at the place of (i,j), i > j, it holds a_ji; its
+// diagonal equals the lower one. A complex matrix stores (real, imaginary) pairs, so each value array is
+// twice as long.
 #pragma once
 
 #include "equations/matrix_profile.hpp"
@@ -14,12 +17,23 @@ namespace tesmora {
 
 // What make_sparse_matrix needs to know of the equation.
 struct SPARSE_MATRIX_OPTIONS {
-  int solver = 0;          // solver code as stored (see iccg.hpp); decides use_factor
+  int solver = 0;          // the equation's solver code; its row's preconditioner decides use_factor
   int scaling = 0;         // 1: diagonal scaling before each factorisation
   int asymmetric = 0;      // 1: matrix_upper and U exist
   int is_complex = 0;      // 1: values are (real, imaginary) pairs
   int moving = 0;          // 1: a moving mesh: L and Diag always, pattern arrays at double size
   int renumber_option = 0; // RENUMBERING code (1 levels, 2 AMD) for renumbering at each solve, else 0
+};
+
+// The compressed-row pattern of a SPARSE_MATRIX (type 1). For a moving mesh each array is twice as
+// long and the renumbered pattern follows the plain one.
+struct SPARSE_PATTERN {
+  int *row_head_pointers =
+      nullptr; // dimension+1 offsets, 0-based; "sparse_matrix->profile->row_head_pointers"
+  int *no_elements_in_row =
+      nullptr;            // dimension counts by 0-based row; "sparse_matrix->profile->no_elements_in_rows"
+  int *columns = nullptr; // size column numbers, 0-based, ascending in a row, the diagonal last;
+                          // "sparse_matrix->profile->index"
 };
 
 struct SPARSE_MATRIX {
@@ -36,7 +50,7 @@ struct SPARSE_MATRIX {
   int is_renumbered = 0;            // the renumbered pattern exists for the present pattern
   int renumbered_before = 0;        // a first renumbering has happened in this run
   int is_complex = 0;               // values are (real, imaginary) pairs
-  MATRIX_PROFILE profile;           // type 1; arrays "sparse_matrix->profile->..."; double size when moving
+  SPARSE_PATTERN pattern;           // 0-based columns; double size when moving
   double *matrix_lower = nullptr;   // allocated_size values (x2 complex); "sparse_matrix->matrix_lower"
   double *matrix_upper = nullptr;   // the same, when asymmetric; "sparse_matrix->matrix_upper"
   double *L = nullptr;              // incomplete factor, pattern of matrix_lower; "sparse_matrix->L"
@@ -46,7 +60,7 @@ struct SPARSE_MATRIX {
   double *matrix_lower_renumbered = nullptr; // values in renumbered form; when renumber_option
   double *matrix_upper_renumbered = nullptr; // the same for the upper part, when also asymmetric
   SPARSE_MATRIX *next = nullptr;             // sliding-face extension (not built here)
-  double *Diag = nullptr; // dimension (x2 complex): inverse pivots, or the diagonal (solver 1)
+  double *Diag = nullptr; // dimension (x2 complex): inverse pivots, or the diagonal (Gauss-Seidel)
 };
 
 // Allocates the record (tag "sparse_matrix"), its profile arrays with all row counts zero, and the
@@ -55,11 +69,13 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
 // Frees what the record owns and sets *matrix to null. A shallow copy made to share the pattern
 // must have its shared pointers set to null before it is freed.
 void free_sparse_matrix(SPARSE_MATRIX **matrix);
-// Copies a type-1 profile into the matrix's pattern arrays (they must be large enough).
+// Copies a type-1 profile (1-based columns) into the matrix's pattern (0-based columns); its arrays
+// must be large enough.
 void set_sparse_matrix_profile(SPARSE_MATRIX *matrix, const MATRIX_PROFILE *profile);
 
-// The whole preconditioned matrix to a file and back: the flags, the profile, then each of
-// matrix_lower, matrix_upper, D, L, Diag, U behind a word saying whether it is present.
+// The whole preconditioned matrix to a file and back: the flags, the pattern in the file form of a
+// MATRIX_PROFILE (1-based columns), then each of matrix_lower, matrix_upper, D, L, Diag, U behind
+// a word saying whether it is present.
 void write_sparse_matrix(FFILE *file, const SPARSE_MATRIX *matrix);
 SPARSE_MATRIX *read_sparse_matrix(FFILE *file, SPARSE_MATRIX *matrix);
 

@@ -2,6 +2,7 @@
 // gauge, elements, solver settings, integration points and initial state.
 #include "input/control_cards.hpp"
 
+#include "equations/solvers/solver_methods.hpp"
 #include "input/card_reader.hpp"
 #include "job/release.hpp"
 #include "job/report.hpp"
@@ -181,6 +182,14 @@ void read_element_cards(FFILE *file, CONTROL_DATA &c) {
   }
 }
 
+// The code stored for the SOLVER card's code: 10 and 11 exchanged, then the code an AC job takes
+// for it. A code the table doesn't list (the card before release 2.5 checks nothing) is stored as
+// unlisted_solver_code, whose row behaves as such a code does.
+int stored_solver_code(int card_code, const CONTROL_DATA &c) {
+  const int code = find_solver_method(card_code).card_exchange;
+  return c.ac_mode != 0 ? find_solver_method(code).ac_code : code;
+}
+
 void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
   int *v = card_scratch().card_ints;
   double *r = card_scratch().card_reals;
@@ -189,20 +198,18 @@ void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
             "* ICCG_CONV * ACCEL_FACTOR * DIV_FACTOR * DIV_ITERATIONS * SOLVER * THETA * THETA_NETWORK * "
             "THETA_MOTION * MAX_ITERATIONS *\n",
             &r[0], &r[1], &r[2], &v[0], &v[1], &r[3], &r[4], &theta_motion, &v[2]);
-  const int solver = v[1];
-  const bool known_solver = in_range(solver, 0, 3) || solver == 10 || solver == 11;
+  const bool known_solver = find_solver_method(v[1]).on_card;
   if (!(r[0] > 0.0 && r[0] < 1.0) || !(r[2] > 0.0) || v[0] < 3 || !known_solver ||
       !(r[3] >= 0.0 && r[3] <= 1.0) || !(r[4] >= 0.0 && r[4] <= 1.0) ||
       !(theta_motion >= 0.0 && theta_motion <= 1.0) || v[2] < 0)
     card_error(file);
   CG_ITERATION &cg = s.cg_iteration;
-  cg.conv = r[0];
+  cg.convergence = r[0];
   cg.accel_factor = std::fabs(r[1]);
-  cg.accel_auto = r[1] < 0.0 ? 1 : 0;
+  cg.fixed_accel = r[1] < 0.0 ? 1 : 0;
   cg.div_factor = r[2];
   cg.div_iterations = v[0];
-  cg.solver = solver == 10 ? 11 : solver == 11 ? 10 : solver;
-  if (c.ac_mode != 0 && cg.solver == 1) cg.solver = 12;
+  cg.solver = stored_solver_code(v[1], c);
   cg.max_iterations = v[2];
   s.theta = r[3] == 0.0 ? 0.6666666666666666 : r[3];
   if (c.is_static) s.theta = 1.0;
@@ -222,7 +229,7 @@ void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
   nl.relaxation = nl.line_search ? 1.0 : r[1];
   nl.no_iterations = v[0];
   nl.init_option = v[1];
-  nl.iccg_conv_ratio = r[2] == 0.0 ? cg.conv / nl.conv : r[2];
+  nl.iccg_conv_ratio = r[2] == 0.0 ? cg.convergence / nl.conv : r[2];
   nl.check_b = std::fabs(r[3]);
   nl.check_b_relative = r[3] < 0.0 ? 1 : 0;
   nl.delta_a = v[2];
@@ -234,9 +241,8 @@ void read_old_iteration_card(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
   int *v = card_scratch().card_ints;
   double *r = card_scratch().card_reals;
   read_card(file, "%d  %lf  %d %lf %lf", nullptr, &v[0], &r[0], &v[1], &r[1], &r[2]);
-  s.cg_iteration.solver = v[0] == 10 ? 11 : v[0] == 11 ? 10 : v[0];
-  if (c.ac_mode != 0 && s.cg_iteration.solver == 1) s.cg_iteration.solver = 12;
-  s.cg_iteration.conv = r[0];
+  s.cg_iteration.solver = stored_solver_code(v[0], c);
+  s.cg_iteration.convergence = r[0];
   s.non_linear_iteration.no_iterations = v[1];
   s.non_linear_iteration.conv = r[1];
   s.non_linear_iteration.relaxation = r[2];

@@ -3,33 +3,41 @@
 
 namespace tesmora {
 
-// Linear solver settings and counters ("cg_iteration").
+// Linear solver settings ("cg_iteration"), filled once by the control-card readers and read
+// only afterwards. What the solves of a run produce and carry from one to the next (figures,
+// iteration count, the raised shift) is not kept here but in SOLVE_FIGURES (equations/iccg.hpp).
+// The defaults are those a deck of a release before 2.5 leaves in effect: its one solver card
+// gives only SOLVER and ICCG_CONV.
 struct CG_ITERATION {
-  double conv = 0.0;         // ICCG_CONV, relative residual
-  double accel_factor = 0.0; // magnitude of ACCEL_FACTOR
-  int accel_auto = 0;        // ACCEL_FACTOR was negative: the shift is found automatically
-  double div_factor = 0.0;   // divergence detection factor
-  int div_iterations = 0;
-  int solver = 0; // solver code, 10 and 11 exchanged from the card, 12 for 1 in AC
-  int no_solver_calls = 0;
-  int regularization = 0; // REGULARIZATION
-  int scaling = 1;        // 0 for SCALING -1
-  int renumbering = 1;    // RENUMBERING + 1
-  int option_1 = 1;
-  int max_iterations = 0;
-  int total_iterations = 0; // zeroed by the solve stage
+  double convergence = 0.0;  // ICCG_CONV: relative residual ||b - A x|| / ||b|| that ends a solve
+  double accel_factor = 0.0; // |ACCEL_FACTOR|: shift of the diagonal the first incomplete
+                             // factorisation starts from; below 1 it acts as 1
+  int fixed_accel = 0;       // 1 when ACCEL_FACTOR was negative: the shift stays fixed (no automatic
+                             // raising), and a zero pivot stops the job
+  double div_factor = 0.0;   // DIV_FACTOR: a step whose error is at least this times the best one
+                             // counts towards divergence
+  int div_iterations = 0;    // DIV_ITERATIONS: a solve stops when more steps than this count in a row
+  int solver = 0;            // SOLVER code as stored: 10 and 11 exchanged, 12 for 1 in an AC job
+                             // (equations/solvers/solver_methods.hpp)
+  int regularization = 0;    // REGULARIZATION
+  int scaling = 1;           // 1: diagonal scaling before factorisation; 0 for SCALING -1
+  int renumbering = 1;       // RENUMBERING + 1: 2 orders the unknowns by reverse levels in the
+                             // matrix stage; 0 and 1 keep the model's numbering
+  int max_iterations = 0;    // MAX_ITERATIONS; 0: dimension + 10
 };
 
 // Nonlinear iteration settings ("non_linear_iteration").
 struct NON_LINEAR_ITERATION {
-  double conv = 0.0;
+  double conv = 0.0; // NON_LINEAR_CONV; also scales the tolerance of solver 4 in a nonlinear loop
   double relaxation = 0.0;
   int no_iterations = 0;
   int method = 0;
   int init_option = 0;
-  double iccg_conv_ratio = 0.0;
-  double check_b = 0.0;     // magnitude of CHECK_B, T
-  int check_b_relative = 0; // CHECK_B was negative
+  double iccg_conv_ratio = 0.0; // ICCG_CONV_RATIO: in a nonlinear loop a solve's tolerance is at most
+                                // this times its first error (ICCG_CONV / NON_LINEAR_CONV if 0)
+  double check_b = 0.0;         // magnitude of CHECK_B, T
+  int check_b_relative = 0;     // CHECK_B was negative; a solve in a nonlinear loop then neither skips
+                                // its iterations (but in a type-3 restart) nor floors its tolerance
   int line_search = 0;
   int delta_a = 0;
   int total_iterations = 0;

@@ -25,7 +25,7 @@ constexpr double solver_tolerance = 1e-8;
 
 struct SOLVE_OUTCOME {
   std::vector<double> x;
-  CG_SOLVE_STATE cg;
+  SOLVE_FIGURES cg;
   double true_residual = 0.0; // ||b - A x|| / ||b|| from the full rows
   double true_error = 0.0;    // ||x - x_true|| / ||x_true||
 };
@@ -38,14 +38,15 @@ double norm(const std::vector<complex> &v) {
 
 // Solves A x = A x_true from a zero start with the given settings; the figures that judge the
 // answer are computed from the full rows, not by the solver's own products.
-SOLVE_OUTCOME solve_known(const TEST_SYSTEM &s, CG_SOLVE_STATE cg, const std::vector<complex> &x_true) {
+SOLVE_OUTCOME solve_known(const TEST_SYSTEM &s, const SOLVER_SETTINGS &settings,
+                          const std::vector<complex> &x_true, const SOLVE_REQUEST &request = {}) {
+  const CG_ITERATION &cg = settings.cg_iteration;
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = cg.solver, .scaling = cg.scaling});
   const std::vector<complex> b = reference_product(s, x_true);
   std::vector<double> rhs = to_doubles(b, s.is_complex);
   SOLVE_OUTCOME out;
   out.x.assign(rhs.size(), 0.0);
-  solve_sparse_matrix(m, rhs.data(), out.x.data(), s.n, cg, nullptr);
-  out.cg = cg;
+  solve_sparse_matrix(m, rhs.data(), out.x.data(), s.n, settings, out.cg, request);
   const std::vector<complex> x = to_complex(out.x, s.is_complex);
   std::vector<complex> r = reference_product(s, x), e(s.n);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - r[i], e[i] = x[i] - x_true[i];
@@ -75,14 +76,15 @@ TEST_SYSTEM system_of(int kind) {
   }
 }
 
-CG_SOLVE_STATE settings_for(int solver, int scaling) {
-  CG_SOLVE_STATE cg;
+SOLVER_SETTINGS settings_for(int solver, int scaling) {
+  SOLVER_SETTINGS settings;
+  CG_ITERATION &cg = settings.cg_iteration;
   cg.convergence = solver_tolerance;
   cg.solver = solver;
   cg.scaling = scaling;
   cg.div_factor = 10.0;
   cg.div_iterations = 1000;
-  return cg;
+  return settings;
 }
 
 } // namespace
@@ -141,10 +143,10 @@ TEST(SolverBookkeeping, ReturnsTheBestSolutionSeenWhenTheLimitRunsOut) {
   ScopedJobFiles files;
   // Plain CG on curl-curl with a small mass has a residual that goes up and down; stop it early.
   const TEST_SYSTEM s = make_curl_curl(4, 1e-4);
-  CG_SOLVE_STATE cg = settings_for(2, 0);
-  cg.convergence = 1e-14;
-  cg.max_iterations = 20; // the residual climbs after iteration 16
-  const SOLVE_OUTCOME out = solve_known(s, cg, random_solution(s.n, false));
+  SOLVER_SETTINGS settings = settings_for(2, 0);
+  settings.cg_iteration.convergence = 1e-14;
+  settings.cg_iteration.max_iterations = 20; // the residual climbs after iteration 16
+  const SOLVE_OUTCOME out = solve_known(s, settings, random_solution(s.n, false));
   const auto table = table_of(files.check_text());
   ASSERT_EQ(table.size(), 21u); // line 0 and 20 iterations
   auto best = table.front();
@@ -166,10 +168,10 @@ TEST(SolverBookkeeping, ReturnsTheBestSolutionSeenWhenTheLimitRunsOut) {
 TEST(SolverBookkeeping, DivergenceCounterEndsTheLoopAtTheFirstBadStep) {
   ScopedJobFiles files;
   const TEST_SYSTEM s = make_curl_curl(4, 0.01);
-  CG_SOLVE_STATE cg = settings_for(2, 0);
-  cg.div_factor = 1.0; // any step not better than the best counts
-  cg.div_iterations = 0;
-  const SOLVE_OUTCOME out = solve_known(s, cg, random_solution(s.n, false));
+  SOLVER_SETTINGS settings = settings_for(2, 0);
+  settings.cg_iteration.div_factor = 1.0; // any step not better than the best counts
+  settings.cg_iteration.div_iterations = 0;
+  const SOLVE_OUTCOME out = solve_known(s, settings, random_solution(s.n, false));
   const auto table = table_of(files.check_text());
   ASSERT_GE(table.size(), 3u);
   // The loop ended at the first step whose error was not below the best before it.
@@ -188,9 +190,10 @@ TEST(SolverBookkeeping, ZeroRightHandSideNaNStartAndExactStart) {
   open_ffile(run_files().print_out, "w");
   const TEST_SYSTEM s = make_laplacian(3, 3, 3);
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-  CG_SOLVE_STATE cg = settings_for(0, 0);
+  const SOLVER_SETTINGS settings = settings_for(0, 0);
+  SOLVE_FIGURES cg;
   std::vector<double> b(s.n, 0.0), x(s.n, 3.0);
-  solve_sparse_matrix(m, b.data(), x.data(), s.n, cg, nullptr);
+  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
   EXPECT_EQ(cg.status, 1);
   EXPECT_EQ(cg.error, 0.0);
   EXPECT_EQ(x, std::vector<double>(s.n, 0.0));
@@ -202,24 +205,22 @@ TEST(SolverBookkeeping, ZeroRightHandSideNaNStartAndExactStart) {
   const std::vector<double> exact = to_doubles(x_true, false);
   std::vector<double> rhs = to_doubles(reference_product(s, x_true), false);
   x = exact;
-  SOLVE_RESULT result;
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, cg, &result);
+  const SOLVE_RESULT result = solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg);
   EXPECT_EQ(cg.status, 1);
   EXPECT_EQ(cg.iterations, 0);
   EXPECT_EQ(result.converged, 1);
   EXPECT_EQ(x, exact);
   EXPECT_NE(files.check_text().find("*** ICCG converges ***\n         0   0.00000e+00\n"), std::string::npos);
-  cg.in_nonlinear = 1;
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, cg, nullptr);
+  const SOLVE_REQUEST in_nonlinear_loop{.in_nonlinear = 1};
+  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg, in_nonlinear_loop);
   EXPECT_EQ(cg.status, -1);
   EXPECT_NE(files.check_text().find("*** No ICCG iteration ***\n"), std::string::npos);
   std::fflush(run_files().print_out->stream);
   EXPECT_NE(read_file(files.dir().file("output")).find("*** No ICCG iteration ***\n\n"), std::string::npos);
 
-  cg.in_nonlinear = 0;
   cg.status = 42;
   x[4] = std::numeric_limits<double>::quiet_NaN();
-  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, cg, nullptr);
+  solve_sparse_matrix(m, rhs.data(), x.data(), s.n, settings, cg);
   EXPECT_TRUE(std::isnan(cg.error));
   EXPECT_TRUE(std::isnan(cg.first_error));
   EXPECT_EQ(cg.status, 42); // untouched: the caller tests the NaN
@@ -230,9 +231,9 @@ TEST(SolverBookkeeping, ComplexZeroRightHandSideStopsTheJob) {
   const CHILD_JOB job = run_job_in_child([] {
     const TEST_SYSTEM s = make_curl_curl(2, 0.1, 1.0);
     SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-    CG_SOLVE_STATE cg = settings_for(0, 0);
+    SOLVE_FIGURES figures;
     std::vector<double> b(2 * s.n, 0.0), x(2 * s.n, 0.0);
-    solve_sparse_matrix(m, b.data(), x.data(), s.n, cg, nullptr);
+    solve_sparse_matrix(m, b.data(), x.data(), s.n, settings_for(0, 0), figures);
   });
   EXPECT_EQ(job.exit_status, 1);
   EXPECT_EQ(job.error,
@@ -242,11 +243,10 @@ TEST(SolverBookkeeping, ComplexZeroRightHandSideStopsTheJob) {
 TEST(SolverBookkeeping, NonlinearLoopTightensRelativeToTheFirstError) {
   ScopedJobFiles files;
   const TEST_SYSTEM s = make_laplacian(8, 8, 8);
-  CG_SOLVE_STATE cg = settings_for(0, 1);
-  cg.in_nonlinear = 1;
-  cg.conv_ratio = 0.05; // below 0.2: the ratio decides
-  cg.convergence = 1e-12;
-  const SOLVE_OUTCOME out = solve_known(s, cg, random_solution(s.n, false));
+  SOLVER_SETTINGS settings = settings_for(0, 1);
+  settings.non_linear_iteration.iccg_conv_ratio = 0.05; // below 0.2: the ratio decides
+  settings.cg_iteration.convergence = 1e-12;
+  const SOLVE_OUTCOME out = solve_known(s, settings, random_solution(s.n, false), {.in_nonlinear = 1});
   EXPECT_EQ(out.cg.status, 1);
   EXPECT_LT(out.cg.error, 0.05 * out.cg.first_error);
   // The loop stops at the first step below the tolerance: the one before it was above.
@@ -261,8 +261,7 @@ TEST(SolverBookkeeping, IterationLimitOfASingleUnknownIsEleven) {
   s.n = 1;
   s.rows.resize(1);
   s.rows[0][0] = 2.0;
-  CG_SOLVE_STATE cg = settings_for(2, 0);
-  const SOLVE_OUTCOME out = solve_known(s, cg, {complex(3.0, 0.0)});
+  const SOLVE_OUTCOME out = solve_known(s, settings_for(2, 0), {complex(3.0, 0.0)});
   EXPECT_EQ(out.cg.status, 1); // one step of CG solves a 1x1 system
   expect_close(out.x[0], 3.0, 1e-15, 0.0);
 }
@@ -307,9 +306,9 @@ TEST(IncompleteFactorisation, ShiftIsRaisedWhenThePlainFactorBreaksDownAndKept) 
   // The plain incomplete Cholesky of the scaled curl-curl system meets a pivot below 1e-6
   // (checked by the independent elimination), so the shift has to be raised.
   ASSERT_LT(smallest_pivot(scaled(s), 1.0), 1e-6);
-  CG_SOLVE_STATE cg = settings_for(0, 1);
-  cg.accel_factor = 0.5; // below 1: acts as 1
-  const SOLVE_OUTCOME out = solve_known(s, cg, random_solution(s.n, false));
+  SOLVER_SETTINGS settings = settings_for(0, 1);
+  settings.cg_iteration.accel_factor = 0.5; // below 1: acts as 1
+  const SOLVE_OUTCOME out = solve_known(s, settings, random_solution(s.n, false));
   EXPECT_EQ(out.cg.status, 1);
   EXPECT_LT(out.true_residual, 10 * solver_tolerance); // 10x the solver tolerance
   EXPECT_GT(out.cg.accel_factor, 1.0);
@@ -323,17 +322,15 @@ TEST(IncompleteFactorisation, ShiftIsRaisedWhenThePlainFactorBreaksDownAndKept) 
   // The next factorisation starts from the raised value and needs no restart.
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0, .scaling = 1});
   scale_matrix(s.n, m);
-  toggle_index_base(m->size, m->profile.index, 0);
   double alpha = out.cg.accel_factor;
-  EXPECT_EQ(incomplete_cholesky(s.n, m->profile.row_head_pointers, m->profile.index, m->matrix_lower, m->L,
+  EXPECT_EQ(incomplete_cholesky(s.n, m->pattern.row_head_pointers, m->pattern.columns, m->matrix_lower, m->L,
                                 m->Diag, alpha, 0),
             0);
   EXPECT_EQ(alpha, out.cg.accel_factor);
   alpha = 1.0;
-  EXPECT_GT(incomplete_cholesky(s.n, m->profile.row_head_pointers, m->profile.index, m->matrix_lower, m->L,
+  EXPECT_GT(incomplete_cholesky(s.n, m->pattern.row_head_pointers, m->pattern.columns, m->matrix_lower, m->L,
                                 m->Diag, alpha, 0),
             0);
-  toggle_index_base(m->size, m->profile.index, 1);
   free_sparse_matrix(&m);
 }
 
@@ -349,16 +346,15 @@ TEST(IncompleteFactorisation, FactorOfATridiagonalMatrixIsExact) {
     if (i > 0) s.rows[i][i - 1] = -1.0, s.rows[i - 1][i] = -1.0;
   }
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-  toggle_index_base(m->size, m->profile.index, 0);
   double alpha = 1.0;
-  incomplete_cholesky(6, m->profile.row_head_pointers, m->profile.index, m->matrix_lower, m->L, m->Diag,
+  incomplete_cholesky(6, m->pattern.row_head_pointers, m->pattern.columns, m->matrix_lower, m->L, m->Diag,
                       alpha, 1);
   for (int k = 1; k <= 6; ++k) expect_close(1.0 / m->Diag[k - 1], (k + 1.0) / k, 1e-15, 0.0); // rounding
   const double r[6] = {1, 0, 0, 0, 0, 1};
   double z[6] = {};
-  forward_backward_substitution(6, m->profile.row_head_pointers, m->profile.index, m->L, m->L, m->Diag, r, z);
+  forward_backward_substitution(6, m->pattern.row_head_pointers, m->pattern.columns, m->L, m->L, m->Diag, r,
+                                z);
   for (int i = 0; i < 6; ++i) expect_close(z[i], 1.0, 1e-14, 1e-14); // A (1..1) = (1,0,0,0,0,1)
-  toggle_index_base(m->size, m->profile.index, 1);
   free_sparse_matrix(&m);
 }
 
@@ -369,9 +365,8 @@ TEST(IncompleteFactorisation, ZeroPivotWithAFixedShiftStopsTheJob) {
     s.rows.resize(2);
     s.rows[0][0] = 1.0, s.rows[0][1] = 1.0, s.rows[1][0] = 1.0, s.rows[1][1] = 1.0;
     SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-    toggle_index_base(m->size, m->profile.index, 0);
     double alpha = 1.0;
-    incomplete_cholesky(2, m->profile.row_head_pointers, m->profile.index, m->matrix_lower, m->L, m->Diag,
+    incomplete_cholesky(2, m->pattern.row_head_pointers, m->pattern.columns, m->matrix_lower, m->L, m->Diag,
                         alpha, 1);
   });
   EXPECT_EQ(job.exit_status, 1);
@@ -450,14 +445,14 @@ TEST(SolverBookkeeping, FusedIccgFollowsTheTextbookRecurrenceAndReturnsItsBestIt
   // Reference: the textbook loop on the full rows with a dense IC(0) written here.
   ScopedJobFiles files;
   const TEST_SYSTEM s = make_curl_curl(4, 0.01);
-  CG_SOLVE_STATE cg = settings_for(0, 0);
-  cg.convergence = 1e-14;
-  cg.max_iterations = 25;
+  SOLVER_SETTINGS settings = settings_for(0, 0);
+  settings.cg_iteration.convergence = 1e-14;
+  settings.cg_iteration.max_iterations = 25;
   // A shift of 1.3 keeps the pivots of the factor well away from zero. With the smallest shift
   // that passes, pivots near 1e-6 magnify the rounding of any two orders of summation to 1e-3
   // within 15 steps (the plain separate-pass loop shows the same), which no comparison survives.
-  cg.accel_factor = 1.3;
-  const SOLVE_OUTCOME out = solve_known(s, cg, random_solution(s.n, false));
+  settings.cg_iteration.accel_factor = 1.3;
+  const SOLVE_OUTCOME out = solve_known(s, settings, random_solution(s.n, false));
   const auto table = table_of(files.check_text());
   ASSERT_EQ(table.size(), 26u);
   const std::vector<double> b = to_doubles(reference_product(s, random_solution(s.n, false)), false);

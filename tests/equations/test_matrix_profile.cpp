@@ -3,6 +3,7 @@
 // forms, sparse vectors and the dense symmetric solve against a hand calculation.
 #include "equations/matrix_profile.hpp"
 #include "equations/sparse_matrix.hpp"
+#include "job/block_io.hpp"
 #include "job/ffile.hpp"
 #include "job/run_files.hpp"
 
@@ -215,7 +216,17 @@ TEST(SparseMatrix, AllocationFollowsSolverAndTheWholeMatrixRoundTrips) {
   EXPECT_TRUE(std::equal(m->L, m->L + m->size, back->L));
   EXPECT_TRUE(std::equal(m->U, m->U + m->size, back->U));
   EXPECT_TRUE(std::equal(m->Diag, m->Diag + 30, back->Diag));
-  EXPECT_TRUE(std::equal(m->profile.index, m->profile.index + m->size, back->profile.index));
+  EXPECT_TRUE(std::equal(m->pattern.columns, m->pattern.columns + m->size, back->pattern.columns));
+  // In memory the columns are 0-based; the file holds them as a MATRIX_PROFILE does, 1-based.
+  for (int k = 0; k < m->size; ++k) EXPECT_EQ(m->pattern.columns[k], profile->index[k] - 1);
+  open_ffile(file, "r");
+  int flags[13] = {};
+  read_blocks(flags, 4, 13, file);
+  MATRIX_PROFILE *in_file = read_matrix_profile(file, nullptr);
+  close_ffile(file);
+  ASSERT_EQ(in_file->size, profile->size);
+  EXPECT_TRUE(std::equal(profile->index, profile->index + profile->size, in_file->index));
+  free_matrix_profile(&in_file);
   free_sparse_matrix(&back);
   free_sparse_matrix(&m);
   free_matrix_profile(&profile);

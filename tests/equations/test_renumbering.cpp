@@ -68,10 +68,12 @@ ICCG_RUN run_iccg(const TEST_SYSTEM &s, const std::vector<int> &new_number, int 
   std::vector<double> b = to_doubles(reference_product(r, x_new), false), x(s.n, 0.0);
   SPARSE_MATRIX *m = to_sparse_matrix(
       r, {.solver = 0, .scaling = 1, .moving = renumber_option ? 1 : 0, .renumber_option = renumber_option});
-  CG_SOLVE_STATE cg;
-  cg.convergence = 1e-10;
-  cg.div_iterations = 1000;
-  solve_sparse_matrix(m, b.data(), x.data(), s.n, cg, nullptr);
+  SOLVER_SETTINGS settings;
+  settings.cg_iteration.convergence = 1e-10;
+  settings.cg_iteration.div_factor = 10.0;
+  settings.cg_iteration.div_iterations = 1000;
+  SOLVE_FIGURES cg;
+  solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
   free_sparse_matrix(&m);
   ICCG_RUN run;
   run.iterations = cg.iterations;
@@ -235,14 +237,16 @@ TEST_P(PerSolveRenumbering, SolvesInTheModelsNumberingTwice) {
         asymmetric ? make_convection_diffusion(6, 6, 6, 2.0, 1.0, 0.5) : make_curl_curl(3, 0.1);
     SPARSE_MATRIX *m = to_sparse_matrix(
         s, {.solver = asymmetric ? 6 : 0, .scaling = 1, .moving = 1, .renumber_option = option});
-    CG_SOLVE_STATE cg;
-    cg.solver = asymmetric ? 6 : 0;
-    cg.convergence = 1e-10;
-    cg.div_iterations = 1000;
+    SOLVER_SETTINGS settings;
+    settings.cg_iteration.solver = asymmetric ? 6 : 0;
+    settings.cg_iteration.convergence = 1e-10;
+    settings.cg_iteration.div_factor = 10.0;
+    settings.cg_iteration.div_iterations = 1000;
+    SOLVE_FIGURES cg;
     for (int round = 0; round < 2; ++round) { // the second round reuses pattern and factor
       const std::vector<complex> x_true = random_solution(s.n, false, 5 + round);
       std::vector<double> b = to_doubles(reference_product(s, x_true), false), x(s.n, 0.0);
-      solve_sparse_matrix(m, b.data(), x.data(), s.n, cg, nullptr);
+      solve_sparse_matrix(m, b.data(), x.data(), s.n, settings, cg);
       EXPECT_EQ(cg.status, 1);
       EXPECT_EQ(m->is_renumbered, 1);
       // Condition numbers below 200: 1e-10 residual, 10x for rounding, gives 2e-7.
@@ -264,7 +268,7 @@ TEST(UnitRows, SetTheDiagonalAndTellWrongRows) {
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 6});
   const int rows[] = {4, 2};
   set_unit_rows(m, 2, rows, 0);
-  const int last = m->profile.row_head_pointers[4] - 1, middle = m->profile.row_head_pointers[2] - 1;
+  const int last = m->pattern.row_head_pointers[4] - 1, middle = m->pattern.row_head_pointers[2] - 1;
   EXPECT_EQ(m->matrix_lower[last], 1.0);
   EXPECT_EQ(m->matrix_upper[last], 1.0);
   EXPECT_EQ(m->matrix_lower[middle], 1.0);

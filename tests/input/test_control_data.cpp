@@ -109,9 +109,9 @@ TEST(ControlCards, StaticDeckSettings) {
   EXPECT_EQ(s.integration_coefficients[1], 1.0);
   EXPECT_EQ(s.integration_coefficients[5], 0.5); // theta * THETA_NETWORK (0 means 0.5)
   EXPECT_EQ(s.integration_coefficients[7], 0.5);
-  EXPECT_EQ(s.cg_iteration.conv, 1.0e-8);
+  EXPECT_EQ(s.cg_iteration.convergence, 1.0e-8);
   EXPECT_EQ(s.cg_iteration.accel_factor, 1.2);
-  EXPECT_EQ(s.cg_iteration.accel_auto, 1);
+  EXPECT_EQ(s.cg_iteration.fixed_accel, 1);
   EXPECT_EQ(s.cg_iteration.renumbering, 2);
   EXPECT_EQ(s.cg_iteration.scaling, 1);
   EXPECT_EQ(s.cg_iteration.max_iterations, 20000);
@@ -248,7 +248,7 @@ TEST(ControlCards, OldReleasesReadTheirOwnCardForms) {
   SOLVER_SETTINGS s;
   read_control_cards(file, c, s);
   EXPECT_EQ(s.cg_iteration.solver, 11);
-  EXPECT_EQ(s.cg_iteration.conv, 1e-6);
+  EXPECT_EQ(s.cg_iteration.convergence, 1e-6);
   EXPECT_EQ(s.non_linear_iteration.no_iterations, 20);
   EXPECT_EQ(s.non_linear_iteration.relaxation, 1.2);
   EXPECT_EQ(c.INPUT_MESH_FILE, 3);

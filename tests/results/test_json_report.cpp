@@ -1,6 +1,7 @@
 // The JSON results: the document read back by a strict parser written here, the order of sections,
 // keys and rows, refused pairs, reset, number precision and non-finite values, the records of the
 // solver and the source report, and output.json of a finished and of a stopped job.
+#include "analyses/solve_driver.hpp"
 #include "equations/iccg.hpp"
 #include "job/job_options_writable.hpp"
 #include "job/report.hpp"
@@ -222,14 +223,15 @@ double true_relative_residual(const TEST_SYSTEM &s, const std::vector<double> &b
   return std::sqrt(rr / bb);
 }
 
-CG_SOLVE_STATE plain_iccg(double convergence, int max_iterations) {
-  CG_SOLVE_STATE cg;
+SOLVER_SETTINGS plain_iccg(double convergence, int max_iterations) {
+  SOLVER_SETTINGS settings;
+  CG_ITERATION &cg = settings.cg_iteration;
   cg.convergence = convergence;
   cg.solver = 0;
   cg.div_factor = 10.0;
   cg.div_iterations = 1000;
   cg.max_iterations = max_iterations;
-  return cg;
+  return settings;
 }
 
 } // namespace
@@ -240,17 +242,19 @@ TEST(JsonReport, EverySolveRecordsItsOutcomeOnceUnderIccg) {
   const TEST_SYSTEM s = make_laplacian(5, 5, 5);
   const std::vector<double> b = to_doubles(reference_product(s, random_solution(s.n, false)), false);
 
-  // 1: to the tolerance; 2: stopped after one iteration; 3: a zero right-hand side.
+  // 1: to the tolerance; 2: stopped after one iteration; 3: a zero right-hand side. Each result is
+  // recorded as the solve stage records it.
   std::vector<double> converged(s.n, 0.0), stopped(s.n, 0.0), zero_rhs(s.n, 1.0), zero_b(s.n, 0.0);
   SPARSE_MATRIX *m = to_sparse_matrix(s, {.solver = 0});
-  CG_SOLVE_STATE first = plain_iccg(1e-8, 0);
+  SOLVE_FIGURES first;
   std::vector<double> rhs = b;
-  solve_sparse_matrix(m, rhs.data(), converged.data(), s.n, first, nullptr);
-  CG_SOLVE_STATE second = plain_iccg(1e-8, 1);
+  record_solve_result(solve_sparse_matrix(m, rhs.data(), converged.data(), s.n, plain_iccg(1e-8, 0), first));
+  SOLVE_FIGURES second;
   rhs = b;
-  solve_sparse_matrix(m, rhs.data(), stopped.data(), s.n, second, nullptr);
-  CG_SOLVE_STATE third = plain_iccg(1e-8, 0);
-  solve_sparse_matrix(m, zero_b.data(), zero_rhs.data(), s.n, third, nullptr);
+  record_solve_result(solve_sparse_matrix(m, rhs.data(), stopped.data(), s.n, plain_iccg(1e-8, 1), second));
+  SOLVE_FIGURES third;
+  record_solve_result(
+      solve_sparse_matrix(m, zero_b.data(), zero_rhs.data(), s.n, plain_iccg(1e-8, 0), third));
   free_sparse_matrix(&m);
   ASSERT_EQ(first.status, 1);
   ASSERT_EQ(second.status, 0);

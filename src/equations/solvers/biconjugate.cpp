@@ -13,34 +13,18 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-ITERATION_TRACK make_track(const CG_SOLVE_STATE &cg, int length) {
-  ITERATION_TRACK track;
-  track.streams = report_streams();
-  track.length = length;
-  if (cg.solver == 4) track.line_format = "     %5d%12.5e\n";
-  return track;
-}
-
 void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r, double *q) {
   apply_matrix(s, x, q);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - q[i];
 }
 
-// The end of every loop: status, best solution, the closing messages.
-void close_loop(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int outcome, int k, int limit, double err,
-                double *x) {
-  if (outcome == 0) cg.status = 0, k = limit;
-  finish_track(cg, track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  free_track(track);
-}
-
 } // namespace
 
-void solve_bicgstab(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                            SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(cg, n);
-  if (!take_rhs_norm(cg, track, b, x)) return;
+  ITERATION_TRACK track = make_track(context, figures, n);
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *r0 = r + n, *p = r0 + n, *v = p + n, *p_hat = v + n, *sv = p_hat + n,
          *s_hat = sv + n, *t = s_hat + n;
@@ -48,9 +32,8 @@ void solve_bicgstab(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_S
   std::memcpy(r0, r, sizeof(double) * static_cast<std::size_t>(n));
   std::memset(v, 0, sizeof(double) * static_cast<std::size_t>(n));
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  const TOLERANCE_RULE rule = cg.solver == 4 ? TOLERANCE_RULE::bicgstab_symmetric : TOLERANCE_RULE::cg;
-  if (!start_track(cg, track, rule, err, x)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, x)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   double rho_old = 1.0, alpha = 1.0, omega = 1.0;
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -74,16 +57,17 @@ void solve_bicgstab(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_S
     }
     rho_old = rho;
     err = std::sqrt(rr / track.b2);
-    outcome = track_step(cg, track, k, err, x);
+    outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
   }
-  close_loop(cg, track, outcome, k, limit, err, x);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
-void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(cg, n);
-  if (!take_rhs_norm(cg, track, b, x)) return;
+  ITERATION_TRACK track = make_track(context, figures, n);
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(8LL * n, works_tag);
   double *r = work.data(), *rt = r + n, *z = rt + n, *zt = z + n, *p = zt + n, *pt = p + n, *q = pt + n,
          *qt = q + n;
@@ -95,8 +79,8 @@ void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE
   std::memcpy(pt, zt, sizeof(double) * static_cast<std::size_t>(n));
   double rho = dot(n, z, rt);
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::bicg, err, x)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, x)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
     apply_matrix(s, p, q);
@@ -110,7 +94,7 @@ void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE
       rr += r[i] * r[i];
     }
     err = std::sqrt(rr / track.b2);
-    outcome = track_step(cg, track, k, err, x);
+    outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
     apply_preconditioner(s, r, z);
     apply_preconditioner_transposed(s, rt, zt);
@@ -119,7 +103,7 @@ void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], pt[i] = zt[i] + beta * pt[i];
     rho = new_rho;
   }
-  close_loop(cg, track, outcome, k, limit, err, x);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
 namespace {
@@ -155,10 +139,11 @@ void gpbicg_parameters(int n, int first, const GPBICG_VECTORS &v, double &zeta, 
 
 } // namespace
 
-void solve_gpbicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                          SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(cg, n);
-  if (!take_rhs_norm(cg, track, b, x)) return;
+  ITERATION_TRACK track = make_track(context, figures, n);
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(13LL * n, works_tag);
   double *base = work.data();
   GPBICG_VECTORS v{};
@@ -168,8 +153,8 @@ void solve_gpbicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STA
   residual(s, b, x, v.r, v.ap);
   std::memcpy(v.r0, v.r, sizeof(double) * static_cast<std::size_t>(n));
   double err = std::sqrt(dot(n, v.r, v.r) / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::bicg, err, v.e)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, v.e)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   double beta = 0.0, rho = dot(n, v.r0, v.r);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -196,13 +181,14 @@ void solve_gpbicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STA
     rho = new_rho;
     for (int i = 0; i < n; ++i) v.w[i] = v.at[i] + beta * v.ap[i], v.t_old[i] = v.t[i];
     err = std::sqrt(rr / track.b2);
-    outcome = track_step(cg, track, k, err, v.e);
+    outcome = track_step(track, k, err, v.e);
     if (outcome != 0) break;
   }
-  close_loop(cg, track, outcome, k, limit, err, v.e);
+  const SOLVE_RESULT result = close_track(track, outcome, k, limit, err, v.e);
   // x = x0 + M^-1 e_best.
   apply_preconditioner(s, v.e, v.scratch);
   for (int i = 0; i < n; ++i) x[i] += v.scratch[i];
+  return result;
 }
 
 } // namespace tesmora::solver_detail

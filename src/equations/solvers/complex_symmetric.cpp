@@ -14,32 +14,19 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-ITERATION_TRACK make_track(int n) {
-  ITERATION_TRACK track;
-  track.streams = report_streams();
-  track.length = 2 * n; // the Hermitian norm is the real dot over the pairs
-  return track;
-}
-
 void residual(const SYSTEM_VIEW &s, const complex *b, const complex *x, complex *r, complex *q) {
   apply_matrix_complex(s, x, q);
   for (int i = 0; i < s.n; ++i) r[i] = b[i] - q[i];
 }
 
-void close_loop(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int outcome, int k, int limit, double err,
-                double *x) {
-  if (outcome == 0) cg.status = 0, k = limit;
-  finish_track(cg, track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  free_track(track);
-}
-
 } // namespace
 
-void solve_cocg(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
+                        double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(n);
-  if (!take_rhs_norm(cg, track, b_pairs, x_pairs)) return;
+  // The Hermitian norm is the real dot over the pairs: the track works on 2n doubles.
+  ITERATION_TRACK track = make_track(context, figures, 2 * n);
+  if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
   TaggedArray<complex> work(4LL * n, works_tag);
@@ -49,8 +36,8 @@ void solve_cocg(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG
   std::memcpy(static_cast<void *>(p), z, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, r, z);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::complex, err, x_pairs)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, x_pairs)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
     apply_matrix_complex(s, p, q);
@@ -59,19 +46,21 @@ void solve_cocg(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG
     apply_preconditioner_complex(s, r, z);
     const complex new_rho = dot_bilinear(n, r, z);
     err = std::sqrt(norm2(n, r) / track.b2);
-    outcome = track_step(cg, track, k, err, x_pairs);
+    outcome = track_step(track, k, err, x_pairs);
     if (outcome != 0) break;
     const complex beta = new_rho / rho;
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
     rho = new_rho;
   }
-  close_loop(cg, track, outcome, k, limit, err, x_pairs);
+  return close_track(track, outcome, k, limit, err, x_pairs);
 }
 
-void solve_cocr(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b_pairs,
+                        double *x_pairs, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(n);
-  if (!take_rhs_norm(cg, track, b_pairs, x_pairs)) return;
+  // The Hermitian norm is the real dot over the pairs: the track works on 2n doubles.
+  ITERATION_TRACK track = make_track(context, figures, 2 * n);
+  if (!take_rhs_norm(track, b_pairs, x_pairs)) return track.result;
   const auto *b = reinterpret_cast<const complex *>(b_pairs);
   auto *x = reinterpret_cast<complex *>(x_pairs);
   TaggedArray<complex> work(6LL * n, works_tag);
@@ -83,15 +72,15 @@ void solve_cocr(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG
   std::memcpy(static_cast<void *>(ap), az, sizeof(complex) * static_cast<std::size_t>(n));
   complex rho = dot_bilinear(n, z, az);
   double err = std::sqrt(norm2(n, r) / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::complex, err, x_pairs)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, x_pairs)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
     apply_preconditioner_complex(s, ap, q);
     const complex alpha = rho / dot_bilinear(n, ap, q);
     for (int i = 0; i < n; ++i) x[i] += alpha * p[i], r[i] -= alpha * ap[i], z[i] -= alpha * q[i];
     err = std::sqrt(norm2(n, r) / track.b2);
-    outcome = track_step(cg, track, k, err, x_pairs);
+    outcome = track_step(track, k, err, x_pairs);
     if (outcome != 0) break;
     apply_matrix_complex(s, z, az);
     const complex new_rho = dot_bilinear(n, z, az);
@@ -99,7 +88,7 @@ void solve_cocr(const SYSTEM_VIEW &s, const double *b_pairs, double *x_pairs, CG
     for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i], ap[i] = az[i] + beta * ap[i];
     rho = new_rho;
   }
-  close_loop(cg, track, outcome, k, limit, err, x_pairs);
+  return close_track(track, outcome, k, limit, err, x_pairs);
 }
 
 } // namespace tesmora::solver_detail

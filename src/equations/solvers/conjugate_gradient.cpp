@@ -12,14 +12,6 @@ namespace {
 
 constexpr const char *works_tag = "sparse_matrix->works";
 
-ITERATION_TRACK make_track(const CG_SOLVE_STATE &cg, int length) {
-  ITERATION_TRACK track;
-  track.streams = report_streams();
-  track.length = length;
-  if (cg.solver == 2 || cg.solver == 4) track.line_format = "     %5d%12.5e\n";
-  return track;
-}
-
 // r = b - A x into r, using q as scratch.
 void residual(const SYSTEM_VIEW &s, const double *b, const double *x, double *r, double *q) {
   apply_matrix(s, x, q);
@@ -38,8 +30,7 @@ struct CG_LOOP {
 };
 
 // One iteration with any preconditioner: each vector operation in its own pass.
-int plain_cg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x,
-                  CG_LOOP &v) {
+int plain_cg_step(const SYSTEM_VIEW &s, ITERATION_TRACK &track, int k, double *x, CG_LOOP &v) {
   const int n = s.n;
   double *r = v.r, *z = v.z, *p = v.p, *q = v.q;
   apply_matrix(s, p, q);
@@ -49,7 +40,7 @@ int plain_cg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &tra
   double new_rho = 0.0, rr = 0.0;
   for (int i = 0; i < n; ++i) new_rho += r[i] * z[i], rr += r[i] * r[i];
   v.err = std::sqrt(rr / track.b2);
-  const int outcome = track_step(cg, track, k, v.err, x);
+  const int outcome = track_step(track, k, v.err, x);
   if (outcome != 0) return outcome;
   const double beta = new_rho / v.rho;
   for (int i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
@@ -59,12 +50,11 @@ int plain_cg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &tra
 
 // One iteration with the incomplete factor in three passes over the rows (product, forward and
 // backward sweeps) that carry all vector work; x receives its step in the backward sweep.
-int fused_iccg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x,
-                    CG_LOOP &v) {
+int fused_iccg_step(const SYSTEM_VIEW &s, ITERATION_TRACK &track, int k, double *x, CG_LOOP &v) {
   const double alpha = v.rho / apply_matrix_quadratic(s, v.p, v.q);
   const RESIDUAL_SUMS sums = update_residual_forward(s, alpha, v.r, v.q, v.z);
   v.err = std::sqrt(sums.rr / track.b2);
-  const int outcome = track_step_before_update(cg, track, k, v.err, x);
+  const int outcome = track_step_before_update(track, k, v.err, x);
   if (outcome != 0) {
     for (int i = 0; i < s.n; ++i) x[i] += alpha * v.p[i];
     return outcome;
@@ -76,10 +66,11 @@ int fused_iccg_step(const SYSTEM_VIEW &s, CG_SOLVE_STATE &cg, ITERATION_TRACK &t
 
 } // namespace
 
-void solve_cg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                      SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(cg, n);
-  if (!take_rhs_norm(cg, track, b, x)) return;
+  ITERATION_TRACK track = make_track(context, figures, n);
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(4LL * n, works_tag);
   CG_LOOP v{.r = work.data(), .z = work.data() + n, .p = work.data() + 2LL * n, .q = work.data() + 3LL * n};
   residual(s, b, x, v.r, v.q);
@@ -87,31 +78,28 @@ void solve_cg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &
   double rr = 0.0;
   for (int i = 0; i < n; ++i) v.p[i] = v.z[i], v.rho += v.r[i] * v.z[i], rr += v.r[i] * v.r[i];
   v.err = std::sqrt(rr / track.b2);
-  if (!start_track(cg, track, TOLERANCE_RULE::cg, v.err, x)) return free_track(track);
-  const bool fused = s.preconditioner == precondition_factor && !s.upper;
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, v.err, x)) return end_track(track);
+  const bool fused = s.preconditioner == PRECONDITIONER::incomplete_factor && !s.upper;
+  const int limit = iteration_limit(context, n);
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
-    outcome = fused ? fused_iccg_step(s, cg, track, k, x, v) : plain_cg_step(s, cg, track, k, x, v);
+    outcome = fused ? fused_iccg_step(s, track, k, x, v) : plain_cg_step(s, track, k, x, v);
     if (outcome != 0) break;
   }
-  if (outcome == 0) cg.status = 0, k = limit;
-  finish_track(cg, track, k, x);
-  if (cg.solver != 0) report_loop_end(track, outcome == 0, v.err);
-  free_track(track);
+  return close_track(track, outcome, k, limit, v.err, x);
 }
 
-void solve_minimal_residual(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg) {
+SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b,
+                                    double *x, SOLVE_FIGURES &figures) {
   const int n = s.n;
-  ITERATION_TRACK track = make_track(cg, n);
-  if (!take_rhs_norm(cg, track, b, x)) return;
+  ITERATION_TRACK track = make_track(context, figures, n);
+  if (!take_rhs_norm(track, b, x)) return track.result;
   TaggedArray<double> work(5LL * n, works_tag);
   double *r = work.data(), *u = r + n, *w = u + n, *p = w + n, *y = p + n;
   residual(s, b, x, r, w);
   double err = std::sqrt(dot(n, r, r) / track.b2);
-  const TOLERANCE_RULE rule = cg.solver == 8 ? TOLERANCE_RULE::bicg : TOLERANCE_RULE::cg;
-  if (!start_track(cg, track, rule, err, x)) return free_track(track);
-  const int limit = iteration_limit(cg, n);
+  if (!start_track(track, err, x)) return end_track(track);
+  const int limit = iteration_limit(context, n);
   double nu = 0.0, zeta_old = 1.0;
   int k = 1, outcome = 0;
   for (; k <= limit; ++k) {
@@ -139,13 +127,10 @@ void solve_minimal_residual(const SYSTEM_VIEW &s, const double *b, double *x, CG
     }
     zeta_old = zeta;
     err = std::sqrt(rr / track.b2);
-    outcome = track_step(cg, track, k, err, x);
+    outcome = track_step(track, k, err, x);
     if (outcome != 0) break;
   }
-  if (outcome == 0) cg.status = 0, k = limit;
-  finish_track(cg, track, k, x);
-  report_loop_end(track, outcome == 0, err);
-  free_track(track);
+  return close_track(track, outcome, k, limit, err, x);
 }
 
 } // namespace tesmora::solver_detail

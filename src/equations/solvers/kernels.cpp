@@ -7,11 +7,6 @@
 
 namespace tesmora {
 
-void toggle_index_base(int size, int *index, int add) {
-  const int shift = add ? 1 : -1;
-  for (int k = 0; k < size; ++k) index[k] += shift;
-}
-
 void matrix_vector_product(int n, const int *row_head_pointers, const int * /*no_elements*/, const int *index,
                            const double *matrix_lower, const double *x, double *y) {
   // Row i gathers its lower part and scatters its transpose into the earlier rows, whose sums
@@ -174,16 +169,16 @@ void apply_transpose(const SYSTEM_VIEW &s, const double *x, double *y) {
 }
 
 void apply_preconditioner(const SYSTEM_VIEW &s, const double *r, double *z) {
-  if (s.preconditioner == precondition_factor)
+  if (s.preconditioner == PRECONDITIONER::incomplete_factor)
     forward_backward_substitution(s.n, s.row_head_pointers, s.index, s.L, s.U, s.Diag, r, z);
-  else if (s.preconditioner == precondition_gauss_seidel)
+  else if (s.preconditioner == PRECONDITIONER::gauss_seidel)
     gauss_seidel_substitution(s, r, z);
   else
     std::memcpy(z, r, sizeof(double) * static_cast<std::size_t>(s.n));
 }
 
 void apply_preconditioner_transposed(const SYSTEM_VIEW &s, const double *r, double *z) {
-  if (s.preconditioner == precondition_factor)
+  if (s.preconditioner == PRECONDITIONER::incomplete_factor)
     forward_backward_substitution(s.n, s.row_head_pointers, s.index, s.U, s.L, s.Diag, r, z);
   else
     apply_preconditioner(s, r, z);
@@ -205,7 +200,7 @@ void apply_matrix_complex(const SYSTEM_VIEW &s, const complex *x, complex *y) {
 }
 
 void apply_preconditioner_complex(const SYSTEM_VIEW &s, const complex *r, complex *z) {
-  if (s.preconditioner != precondition_factor) {
+  if (s.preconditioner != PRECONDITIONER::incomplete_factor) {
     std::memcpy(static_cast<void *>(z), r, sizeof(complex) * static_cast<std::size_t>(s.n));
     return;
   }

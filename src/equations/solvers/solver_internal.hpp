@@ -3,6 +3,7 @@
 #pragma once
 
 #include "equations/iccg.hpp"
+#include "equations/solvers/solver_methods.hpp"
 
 #include <complex>
 #include <cstdio>
@@ -11,21 +12,17 @@ namespace tesmora::solver_detail {
 
 using complex = std::complex<double>;
 
-inline constexpr int precondition_none = 0;
-inline constexpr int precondition_factor = 1;       // incomplete Cholesky or LU
-inline constexpr int precondition_gauss_seidel = 2; // symmetric Gauss-Seidel on the matrix
-
 // One system as a method sees it: pattern with 0-based columns, values, factor.
 struct SYSTEM_VIEW {
   int n = 0;
-  const int *row_head_pointers = nullptr; // n+1 offsets
-  const int *index = nullptr;             // 0-based columns
-  const double *lower = nullptr;          // values (pairs when complex)
-  const double *upper = nullptr;          // null for a symmetric matrix
-  const double *L = nullptr;              // factor or null
-  const double *U = nullptr;              // upper factor; L when symmetric
-  const double *Diag = nullptr;           // inverse pivots, or the diagonal for Gauss-Seidel
-  int preconditioner = precondition_none;
+  const int *row_head_pointers = nullptr;               // n+1 offsets
+  const int *index = nullptr;                           // 0-based columns
+  const double *lower = nullptr;                        // values (pairs when complex)
+  const double *upper = nullptr;                        // null for a symmetric matrix
+  const double *L = nullptr;                            // factor or null
+  const double *U = nullptr;                            // upper factor; L when symmetric
+  const double *Diag = nullptr;                         // inverse pivots, or the diagonal for Gauss-Seidel
+  PRECONDITIONER preconditioner = PRECONDITIONER::none; // none when the matrix has no factor
 };
 
 // y = A x and y = A^T x (the same for a symmetric matrix).
@@ -63,13 +60,20 @@ struct REPORT_STREAMS {
 };
 REPORT_STREAMS report_streams();
 
-// Nonlinear tightening of the tolerance: which factor the method uses.
-enum class TOLERANCE_RULE { cg, bicg, bicgstab_symmetric, complex };
+// What a method reads during one solve: the job's settings, the caller's request, the row of the
+// solver code and the routine of that row that runs (real or complex).
+struct SOLVE_CONTEXT {
+  const SOLVER_SETTINGS &settings;
+  const SOLVE_REQUEST &request;
+  const SOLVER_METHOD &method;
+  const SOLVE_ROUTINE &routine;
+};
 
 // Best-solution store and divergence counter of one solve. Vectors are `length` doubles.
 struct ITERATION_TRACK {
+  const SOLVE_CONTEXT *context = nullptr; // read only
+  SOLVE_FIGURES *figures = nullptr;       // receives the figures of the solve
   REPORT_STREAMS streams;
-  const char *line_format = "     %5d  %12.5e\n";
   int length = 0;
   double b2 = 0.0;
   double tol = 0.0;
@@ -78,37 +82,52 @@ struct ITERATION_TRACK {
   int counter = 0;
   double *x_best = nullptr;  // tag "x_best in solve_sparse_matrix"
   bool x_holds_best = false; // the solution vector itself is the best iterate (deferred store)
+  SOLVE_RESULT result;       // what the solve gives for the JSON results, set once on every way out
 };
 
+// A track for one solve of `length` doubles, writing to the job's report streams in the line
+// format of the context's routine.
+ITERATION_TRACK make_track(const SOLVE_CONTEXT &context, SOLVE_FIGURES &figures, int length);
 // The norm step: b2 from rhs (or the norm vector, or the cached value). Returns false after a
 // zero right-hand side has been answered (solution 0, status 1).
-bool take_rhs_norm(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, const double *rhs, double *x);
+bool take_rhs_norm(ITERATION_TRACK &track, const double *rhs, double *x);
 // The start checks with the first error: NaN, exact start, tolerance. Returns false when the
 // method is to return without iterating; otherwise the best store holds x and line 0 is written.
-bool start_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, TOLERANCE_RULE rule, double err,
-                 const double *x);
+// The tolerance under a nonlinear loop follows the routine's rule.
+bool start_track(ITERATION_TRACK &track, double err, const double *x);
 // One iteration's bookkeeping. Returns 1 converged, -1 diverged (status 0 set), 0 go on.
-int track_step(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err, const double *x);
+int track_step(ITERATION_TRACK &track, int k, double err, const double *x);
 // The same for a method that adds step k to x only after this call (fused with other work):
 // x_previous is iterate k-1. The best store is written only when x leaves the best iterate.
-int track_step_before_update(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double err,
-                             const double *x_previous);
-// Leaves with the best solution: x = x_best, error, iterations, total_iterations += k.
-void finish_track(CG_SOLVE_STATE &cg, ITERATION_TRACK &track, int k, double *x);
-// The messages of the methods other than plain ICCG at the end of their loop.
-void report_loop_end(const ITERATION_TRACK &track, int limit_ran_out, double err);
-void free_track(ITERATION_TRACK &track);
+int track_step_before_update(ITERATION_TRACK &track, int k, double err, const double *x_previous);
+// The end of every loop that ran: outcome 0 (the limit ran out) sets status 0 and counts `limit`
+// iterations; then the best solution goes to x (error, iterations, total_iterations), the
+// routine's end-of-loop messages are written when it has them, and the track ends.
+SOLVE_RESULT close_track(ITERATION_TRACK &track, int outcome, int k, int limit, double err, double *x);
+// Frees the best store; returns the result the method hands back.
+SOLVE_RESULT end_track(ITERATION_TRACK &track);
 
-// Iteration limit of the solve.
-int iteration_limit(const CG_SOLVE_STATE &cg, int n);
+// Iteration limit of the solve: the row's rule on n unknowns.
+int iteration_limit(const SOLVE_CONTEXT &context, int n);
 
-// The methods. b and x have n entries (pairs when complex); cg receives the figures.
-void solve_cg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_minimal_residual(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_bicgstab(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_bicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_gpbicg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_cocg(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
-void solve_cocr(const SYSTEM_VIEW &s, const double *b, double *x, CG_SOLVE_STATE &cg);
+// The routines of the table (solver_methods.cpp). b and x have n entries (pairs when complex);
+// figures receives what they find. Each returns what the JSON results take of the solve.
+// keep_start is the routine of the codes without a method: it returns the start unchanged.
+SOLVE_RESULT solve_cg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                      SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_minimal_residual(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b,
+                                    double *x, SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_bicgstab(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                            SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_bicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_gpbicg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                          SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_cocg(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
+SOLVE_RESULT solve_cocr(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
+SOLVE_RESULT keep_start(const SYSTEM_VIEW &s, const SOLVE_CONTEXT &context, const double *b, double *x,
+                        SOLVE_FIGURES &figures);
 
 } // namespace tesmora::solver_detail
