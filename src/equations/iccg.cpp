@@ -143,7 +143,7 @@ SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *m, double *rhs, double *solution
       for (int i = 0; i < n; ++i) request.norm_vector[i] *= m->D[i];
   }
   const SOLVER_PATTERN p = solver_pattern(m);
-  const SOLVER_METHOD &method = find_solver_method(settings.cg_iteration.solver);
+  const SOLVER_METHOD &method = find_solver_method(m->solver);
   const SOLVE_ROUTINE &routine = m->is_complex ? method.on_complex : method.on_real;
   const SOLVE_CONTEXT context{.settings = settings, .request = request, .method = method, .routine = routine};
   const SOLVE_RESULT result = routine.solve(make_view(m, p, method), context, b, x, figures);

@@ -45,13 +45,13 @@ struct SOLVE_RESULT {
   double error = 0.0; // its relative residual
 };
 
-// Solves matrix x = rhs with the settings of the job, by the routine of the row of
-// settings.cg_iteration.solver, the code as stored (the matrix was made for the equation's code,
-// which decides only whether it has a factor). rhs and solution have no_unknowns entries
-// (pairs when complex) in the model's numbering; solution holds the start on entry and the best
-// solution found on return. With scaling the right-hand side is left multiplied by D. Reports go
-// to output and check; figures receives what the solve found, and the result what the JSON
-// results take of it (the caller records it).
+// Solves matrix x = rhs with the settings of the job, by the routine of the row of the code the
+// matrix was made for (the equation's: the asymmetric sibling of the card's code when the system
+// is asymmetric), so that the method and the preconditioner the matrix holds agree. rhs and solution have
+// no_unknowns entries (pairs when complex) in the model's numbering; solution holds the start on entry and
+// the best solution found on return. With scaling the right-hand side is left multiplied by D. Reports go to
+// output and check; figures receives what the solve found, and the result what the JSON results take of it
+// (the caller records it).
 SOLVE_RESULT solve_sparse_matrix(SPARSE_MATRIX *matrix, double *rhs, double *solution, int no_unknowns,
                                  const SOLVER_SETTINGS &settings, SOLVE_FIGURES &figures,
                                  const SOLVE_REQUEST &request = {});

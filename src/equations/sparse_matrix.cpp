@@ -42,6 +42,7 @@ SPARSE_MATRIX *make_sparse_matrix(int dimension, int size, const SPARSE_MATRIX_O
   m->scaled_option = options.scaling;
   m->renumber_option = options.renumber_option;
   m->is_complex = options.is_complex;
+  m->solver = options.solver;
   const PRECONDITIONER preconditioner = find_solver_method(options.solver).preconditioner;
   m->use_factor = preconditioner == PRECONDITIONER::incomplete_factor ? 1 : 0;
   const long long values = options.moving ? static_cast<long long>(size) + dimension : size;

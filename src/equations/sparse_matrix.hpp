@@ -44,6 +44,7 @@ struct SPARSE_MATRIX {
   int scaled_option = 0;            // 1 when scaling is asked for
   int renumber_option = 0;          // RENUMBERING code when renumbered at each solve, else 0
   int is_scaled = 0;                // the present values are scaled
+  int solver = 0;                   // code of the method the matrix is made for: the equation's
   int use_factor = 0;               // the solver needs the incomplete factor
   int is_factorised = 0;            // the present factor is valid
   int connected = 1;                // 0 when the renumbering found a split

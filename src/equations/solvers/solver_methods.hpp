@@ -62,8 +62,9 @@ struct SOLVER_METHOD {
   int card_exchange;             // the code stored when the SOLVER card gives this one, and the other way
                                  // round: 10 and 11 are exchanged on reading
   int ac_code;                   // the code stored instead in an AC job (1 becomes 12)
-  int asymmetric_code;           // the equation's code when its system is asymmetric: the matrix is
-                                 // made for that code (whether it gets a factor)
+  int asymmetric_code;           // the equation's code when its system is asymmetric (1 to 5, 2 to
+                                 // 7, 3 to 8, 4 to 9, any other to 6): the matrix is made for it and
+                                 // solved by its method
   bool on_card;                  // accepted on the SOLVER card of release 2.5 and later
   PRECONDITIONER preconditioner; // what the method applies, and what a matrix made for it gets
   int restart;                   // restart length of the reserved restarted method (code 9), else 0
