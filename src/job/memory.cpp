@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <map>
 #include <new>
 #include <string>
@@ -32,6 +33,12 @@ FFILE *alloc_out = nullptr;
 
 std::uint64_t address_of(const void *p) { return reinterpret_cast<std::uintptr_t>(p); }
 
+// What the standard allocator gave a block: counted alike at allocation and release, so the
+// live sum is exact in its own measure.
+std::int64_t usable_bytes(void *block) {
+  return block ? static_cast<std::int64_t>(malloc_usable_size(block)) : 0;
+}
+
 bool tracing() { return the_memory_state.memory_trace && alloc_out && alloc_out->stream; }
 
 // --- the standard allocator with accounting ---
@@ -41,6 +48,7 @@ void *system_calloc(std::uint64_t count, std::uint64_t size, const char *tag) {
   if (memory_detail::allocation_must_fail()) return nullptr;
   void *block = std::calloc(count, size);
   if (!block) return nullptr; // calloc_named reports it; nothing to account
+  memory_detail::note_live_bytes(usable_bytes(block));
   memory_detail::trace_allocation(block, count * size, tag);
   if (!the_memory_state.region_low_set) {
     the_memory_state.region_low = address_of(block);
@@ -58,13 +66,16 @@ void *system_realloc(void *block, std::uint64_t bytes, const char *tag) {
   if (tracing())
     std::fprintf(alloc_out->stream, "F %20lld                      %-10s\n",
                  static_cast<long long>(address_of(block)), tag);
+  const std::int64_t old_bytes = usable_bytes(block);
   if (bytes == 0) {
+    memory_detail::note_live_bytes(-old_bytes);
     std::free(block); // re-allocation to zero bytes is a release
     if (tracing()) std::fflush(alloc_out->stream);
     return nullptr;
   }
   void *fresh = std::realloc(block, bytes);
   if (!fresh) return nullptr;
+  memory_detail::note_live_bytes(usable_bytes(fresh) - old_bytes);
   memory_detail::trace_allocation(fresh, bytes, tag);
   if (!the_memory_state.region_low_set) {
     the_memory_state.region_low = address_of(fresh);
@@ -81,6 +92,7 @@ void system_free(void *block, const char *tag) {
                  static_cast<long long>(address_of(block)), tag);
     std::fflush(alloc_out->stream);
   }
+  memory_detail::note_live_bytes(-usable_bytes(block));
   std::free(block);
 }
 
@@ -135,6 +147,12 @@ void trace_pool_free(const void *block, std::uint64_t bytes, const char *tag) {
 
 void note_region_end(std::uint64_t end) {
   if (end > the_memory_state.region_high) the_memory_state.region_high = end;
+}
+
+void note_live_bytes(std::int64_t delta) {
+  the_memory_state.live_bytes += delta;
+  if (the_memory_state.live_bytes > the_memory_state.live_bytes_peak)
+    the_memory_state.live_bytes_peak = the_memory_state.live_bytes;
 }
 
 bool allocation_must_fail() {

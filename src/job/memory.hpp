@@ -39,12 +39,15 @@ template <class T> T *new_record(const char *tag) {
 
 // Process-wide accounting of the allocator.
 struct MEMORY_STATE {
-  std::uint64_t region_low = 0;    // address of the first block handed out, or of the pool
-  std::uint64_t region_high = 0;   // highest block end handed out
-  int region_low_set = 0;          // region_low has been taken
-  int memory_trace = 0;            // trace allocations to alloc_out (build switch)
-  bool pool_active = false;        // the raw entries are the pool allocator
-  std::int64_t fail_countdown = 0; // test hook: >0 makes the n-th raw allocation fail
+  std::uint64_t region_low = 0;     // address of the first block handed out, or of the pool
+  std::uint64_t region_high = 0;    // highest block end handed out
+  int region_low_set = 0;           // region_low has been taken
+  int memory_trace = 0;             // trace allocations to alloc_out (build switch)
+  bool pool_active = false;         // the raw entries are the pool allocator
+  std::int64_t fail_countdown = 0;  // test hook: >0 makes the n-th raw allocation fail
+  std::int64_t live_bytes = 0;      // bytes of the tagged blocks now allocated (as the allocator
+                                    // sized them: usable size, or the pool block's room)
+  std::int64_t live_bytes_peak = 0; // the most live_bytes has ever been
 };
 
 const MEMORY_STATE &memory_state();

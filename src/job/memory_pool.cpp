@@ -51,6 +51,11 @@ POOL_HEADER *find_block_of(MEMORY_POOL &pool, void *payload, POOL_HEADER **previ
   return nullptr;
 }
 
+// The size of a used block as pool_free will count it at its release.
+std::uint64_t used_size(const POOL_HEADER *header) {
+  return address_of(header->next) - address_of(header) - header_bytes;
+}
+
 } // namespace
 
 std::uint64_t pool_room(const POOL_HEADER *header) {
@@ -81,6 +86,7 @@ void *pool_allocate(MEMORY_POOL &pool, std::uint64_t count, std::uint64_t size, 
   split_block(h, rounded);
   h->used = 1;
   if (!pool.pool_no_clear) std::memset(payload_of(h), 0, rounded);
+  memory_detail::note_live_bytes(static_cast<std::int64_t>(used_size(h)));
   memory_detail::trace_allocation(payload_of(h), bytes, tag);
   memory_detail::note_region_end(address_of(h->next));
   return payload_of(h);
@@ -99,8 +105,9 @@ void pool_free(MEMORY_POOL &pool, void *block, const char *tag) {
     write_check("Freed private memory not allocated :%s\n", tag);
     return;
   }
-  const std::uint64_t size = address_of(h->next) - address_of(h) - header_bytes;
+  const std::uint64_t size = used_size(h);
   pool.pool_last_freed_size = size;
+  memory_detail::note_live_bytes(-static_cast<std::int64_t>(size));
   h->used = 0;
   if (previous && previous->used == 0) {
     previous->next = h->next;
@@ -148,6 +155,7 @@ void *pool_reallocate(MEMORY_POOL &pool, void *block, std::uint64_t bytes, const
     if (split_hits_old) std::memcpy(fresh + (clobber_low - old_at), saved, clobber_high - clobber_low);
   }
   if (bytes > keep) std::memset(fresh + keep, 0, rounded - keep);
+  memory_detail::note_live_bytes(static_cast<std::int64_t>(used_size(h)));
   memory_detail::trace_allocation(fresh, bytes, tag);
   memory_detail::note_region_end(address_of(h->next));
   pool.pool_no_clear = 0;
