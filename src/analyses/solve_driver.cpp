@@ -12,6 +12,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/terminal.hpp"
 #include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
 #include "results/json_report.hpp"
@@ -63,6 +64,7 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
                                                   equation.no_unknowns, solver_settings(), figures);
   stop_stop_watch(watches.solver);
   record_solve_result(result);
+  if (result.judged) write_linear_solve(step, result.iterations, result.error, result.converged != 0);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
 }
 

@@ -47,8 +47,12 @@ OPTION_SCAN_RESULT scan_options(int argc, const char *const *argv, JOB_OPTIONS &
       options.option_b = 1;
     } else if (is_option(argument, "-z")) {
       options.option_z = 1;
+    } else if (is_option(argument, "-q")) {
+      options.quiet = 1;
     } else if (is_option(argument, "-v")) {
       return OPTION_SCAN_RESULT::print_release;
+    } else if (is_option(argument, "-h")) {
+      return OPTION_SCAN_RESULT::print_usage;
     }
   }
   return OPTION_SCAN_RESULT::run_job;

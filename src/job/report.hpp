@@ -12,13 +12,15 @@ namespace tesmora {
 // Writes a message to the check file only (when it is open) and flushes it.
 [[gnu::format(printf, 1, 2)]] void write_check(const char *format, ...);
 
-// Writes a message to the job's stderr file and to the check file, each only when it is open.
-// This is how every detected fault is told before the job stops.
+// Writes a message to the job's stderr file and to the check file, each only when it is open,
+// and echoes it on the terminal (job/terminal.hpp). This is how every detected fault is told
+// before the job stops.
 [[gnu::format(printf, 1, 2)]] void write_fault(const char *format, ...);
 
 // The single exit on failure. A non-zero status is reported as "exception error occured!!" to
 // the stderr and check files; the input, check and alloc_out files are closed; then the process
-// exits with the status (-1 after a signal, which the shell sees as 255). Frees nothing.
+// exits with the status (-1 after a signal, which the shell sees as 255). Frees nothing. Status 1
+// also goes on the terminal with the job's closing line; after a signal the terminal is left alone.
 [[noreturn]] void stop_job(int status);
 
 // What a job can ask for that this build of the program doesn't have yet.

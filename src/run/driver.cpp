@@ -10,6 +10,7 @@
 #include "job/report.hpp"
 #include "job/run_files.hpp"
 #include "job/run_log.hpp"
+#include "job/terminal.hpp"
 #include "mesh/gauss.hpp"
 #include "results/json_report.hpp"
 #include "run/job_start.hpp"
@@ -39,7 +40,7 @@ void print_release() {
 }
 
 // Takes the time of the stage just run into its row and writes the stage line and time line.
-void close_stage(CPU_ROW row, const char *stage_line) {
+void close_stage(CPU_ROW row, const char *stage_line, const char *stage_name) {
   double utime = 0.0;
   double stime = 0.0;
   get_cpu_times(&utime, &stime);
@@ -49,6 +50,7 @@ void close_stage(CPU_ROW row, const char *stage_line) {
   write_report(output, "%s", stage_line);
   write_report(output, "          utime  %10.1f  stime  %10.1f\n", utime, stime);
   std::fflush(output);
+  write_stage_time(stage_name);
 }
 
 void write_cpu_table(std::FILE *output) {
@@ -111,13 +113,20 @@ void finish_job() {
   write_run_log_end(times.end_time_text);
   close_json_report(); // written at the end of the job, when the post stage hasn't done it
   free_run_files();
+  write_job_summary(0);
 }
 
 bool start_job(int argc, const char *const *argv) {
-  if (scan_options(argc, argv, writable_job_options()) == OPTION_SCAN_RESULT::print_release) {
+  const OPTION_SCAN_RESULT scan = scan_options(argc, argv, writable_job_options());
+  if (scan == OPTION_SCAN_RESULT::print_release) {
     print_release();
     return false;
   }
+  if (scan == OPTION_SCAN_RESULT::print_usage) {
+    print_usage();
+    return false;
+  }
+  start_terminal_clock();
   install_signal_handlers();
   const std::string error_path = job_options().work_directory + "stderr";
   run_files().error_stream = std::fopen(error_path.c_str(), "w");
@@ -131,13 +140,13 @@ bool start_job(int argc, const char *const *argv) {
 
 void run_stages_and_finish() {
   pre_processing();
-  close_stage(cpu_input_pre, "*******  Pre_processing is completed ********\n");
+  close_stage(cpu_input_pre, "*******  Pre_processing is completed ********\n", "pre_processing");
   make_system_matrices();
-  close_stage(cpu_matrix, "*******  Make_system_matrices is completed ********\n");
+  close_stage(cpu_matrix, "*******  Make_system_matrices is completed ********\n", "make_system_matrices");
   solve_equation();
-  close_stage(cpu_solving, "*******  Solve_equation is completed ********\n");
+  close_stage(cpu_solving, "*******  Solve_equation is completed ********\n", "solve_equation");
   post_processing();
-  close_stage(cpu_post, "*******  Post_processing is completed ********\n");
+  close_stage(cpu_post, "*******  Post_processing is completed ********\n", "post_processing");
   free_gauss(active_gauss()); // the integration-point tables
   finish_job();
 }
