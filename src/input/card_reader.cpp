@@ -4,6 +4,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/terminal.hpp"
 
 #include <cctype>
 #include <cstdarg>
@@ -45,6 +46,8 @@ CARD_SCRATCH &card_scratch() { return the_card_scratch; }
 
 void open_card_file(FFILE *file) {
   file->record_count = 0;
+  file->lines_read = 0;
+  file->card_line = 0;
   write_check("* File %s start. *\n", file->name);
 }
 
@@ -61,6 +64,17 @@ char *read_line(char *buffer, int size, std::FILE *stream) {
   return line;
 }
 
+char *read_line(char *buffer, int size, FFILE *file) {
+  char *line = nullptr;
+  do {
+    buffer[0] = ' ';
+    file->card_line = file->lines_read + 1;
+    line = std::fgets(buffer, size, file->stream);
+    if (line && std::strchr(buffer, '\n')) ++file->lines_read;
+  } while (line && buffer[0] == '*');
+  return line;
+}
+
 int read_card(FFILE *file, const char *format, const char *header, ...) {
   CARD_SCRATCH &s = the_card_scratch;
   std::memset(s.card_reals, 0, sizeof s.card_reals);
@@ -70,7 +84,7 @@ int read_card(FFILE *file, const char *format, const char *header, ...) {
   s.token_mode = 0;
   std::FILE *check = check_stream();
   if (header) write_report(check, "%s", header);
-  if (!read_line(s.card_image, sizeof s.card_image, file->stream)) {
+  if (!read_line(s.card_image, sizeof s.card_image, file)) {
     write_check("input is insufficient.\n");
     stop_job(1);
   }
@@ -89,6 +103,13 @@ int read_card(FFILE *file, const char *format, const char *header, ...) {
 
 void card_error(const FFILE *file) {
   write_check("Error in card No.%d in file %s\n Job stops.\n", file->record_count, file->name);
+  // The terminal also gets where the card stands in the file and what it says; check keeps its
+  // echo of the card above the message instead.
+  const char *text = the_card_scratch.card_image;
+  const std::size_t length = std::strlen(text);
+  const bool has_newline = length > 0 && text[length - 1] == '\n';
+  write_terminal("Error in card No.%d in file %s, line %d:\n  %s%s", file->record_count, file->name,
+                 file->card_line, text, has_newline ? "" : "\n");
   stop_job(1);
 }
 

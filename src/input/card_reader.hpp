@@ -30,7 +30,7 @@ struct CARD_SCRATCH {
 
 CARD_SCRATCH &card_scratch();
 
-// Opens a card file's transcript in check ("* File %s start. *"), zeroing its card count.
+// Opens a card file's transcript in check ("* File %s start. *"), zeroing its card and line counts.
 void open_card_file(FFILE *file);
 // Closes the transcript: "* File %s end *  %d cards are read.".
 void close_card_file(FFILE *file);
@@ -38,6 +38,9 @@ void close_card_file(FFILE *file);
 // Reads the next line that is not a comment into buffer (at most size-1 characters); null at
 // the end of the file.
 char *read_line(char *buffer, int size, std::FILE *stream);
+// The same on a card file, counting its lines: the record's card_line becomes the line on which
+// the line returned begins (a line cut at `size` goes on as the next card on the same line).
+char *read_line(char *buffer, int size, FFILE *file);
 
 // The standard sequence: clear the scratch fields, write the header (when not null) to check,
 // read the next card (at the end of the file: "input is insufficient." and the job stops),

@@ -75,6 +75,7 @@ void read_definition_block(FFILE *ffile, char *equation) {
                    equation, length + 1);
     const bool is_comment = at_line_start && line[0] == '*';
     at_line_start = std::strchr(line, '\n') != nullptr;
+    if (at_line_start) ++ffile->lines_read;
     if (is_comment) continue;
     ++no_lines;
     ++ffile->record_count;

@@ -22,6 +22,8 @@ struct FFILE {
   int buffer_size = ffile_buffer_bytes;
   int use_buffer = 0;   // transfers go through the buffer; every file leaves it 0
   int record_count = 0; // cards read, for a card file; 0 at each opening
+  int lines_read = 0;   // whole lines of a card file read so far, comments included
+  int card_line = 0;    // 1-based line of the file on which the last card read began
 };
 
 // Creates a closed record (tag "ffile") for `name`, binary when `binary` is 1.
