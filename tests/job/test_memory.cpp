@@ -59,6 +59,28 @@ TEST(TaggedMemory, AccountingSpansEveryBlockHandedOut) {
   EXPECT_EQ(lines[4], "*" + std::string(95, ' ') + "*\n");
 }
 
+TEST(TaggedMemory, LiveBytesFollowEveryBlockAndKeepTheirPeak) {
+  // Blocks of 1, 2 and 3 MB live together, then one grows and all go: the live count must come
+  // back to where it started, and the peak must have seen all of them at once.
+  const MEMORY_STATE &state = memory_state();
+  const std::int64_t before = state.live_bytes;
+  constexpr std::int64_t megabyte = 1 << 20;
+  void *blocks[3];
+  for (int i = 0; i < 3; ++i) blocks[i] = calloc_named(static_cast<std::uint64_t>(i + 1), megabyte, "live");
+  EXPECT_GE(state.live_bytes - before, 6 * megabyte);
+  // The allocator's own rounding is small against a megabyte.
+  EXPECT_LE(state.live_bytes - before, 6 * megabyte + 3 * 4096);
+  EXPECT_GE(state.live_bytes_peak, state.live_bytes);
+  blocks[0] = realloc_named(blocks[0], 4 * megabyte, "live");
+  EXPECT_GE(state.live_bytes - before, 9 * megabyte);
+  EXPECT_LE(state.live_bytes - before, 9 * megabyte + 3 * 4096);
+  const std::int64_t peak = state.live_bytes_peak;
+  for (void *block : blocks) free_named(block, "live");
+  EXPECT_EQ(state.live_bytes, before);
+  EXPECT_EQ(state.live_bytes_peak, peak);
+  EXPECT_GE(peak - before, 9 * megabyte);
+}
+
 TEST(TaggedMemory, FailedAllocationNamesTagAndSizeAndStops) {
   const CHILD_JOB calloc_job = run_job_in_child([] {
     fail_nth_allocation(2);

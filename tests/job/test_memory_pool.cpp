@@ -191,3 +191,19 @@ TEST(MemoryPool, OversizedRequestInAPoolJobStopsWithTheCallocMessage) {
   EXPECT_EQ(job.check, message);
   EXPECT_EQ(job.error, message);
 }
+
+TEST(MemoryPool, LiveBytesCountEachBlockAtItsRoundedSizeUntilItIsFreed) {
+  LocalPool local(4096);
+  const MEMORY_STATE &state = memory_state();
+  const std::int64_t before = state.live_bytes;
+  void *a = pool_allocate(local.pool, 3, 5, "a");  // 15 bytes, rounded to 16
+  void *b = pool_allocate(local.pool, 10, 8, "b"); // 80 bytes
+  EXPECT_EQ(state.live_bytes - before, 16 + 80);
+  EXPECT_GE(state.live_bytes_peak - before, 16 + 80);
+  b = pool_reallocate(local.pool, b, 200, "b"); // grows to 200 bytes, the old 80 go
+  EXPECT_EQ(state.live_bytes - before, 16 + 200);
+  pool_free(local.pool, a, "a");
+  pool_free(local.pool, a, "a"); // a double free is reported and changes nothing
+  pool_free(local.pool, b, "b");
+  EXPECT_EQ(state.live_bytes, before);
+}

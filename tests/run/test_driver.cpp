@@ -82,7 +82,8 @@ TEST(BatchRun, PlainRunWritesTheReportFrameAndItsFiles) {
   TempDir folder;
   write_file(folder.file("input"), "");
   const LOG_COUNTS before = count_log_lines();
-  const BATCH_RUN run = run_spine_batch(folder.path(), {});
+  // Quiet: the files are the whole record of the job, and nothing reaches the terminal.
+  const BATCH_RUN run = run_spine_batch(folder.path(), {"-q"});
   ASSERT_EQ(run.exit_status, 0);
   EXPECT_EQ(run.stdout_text, "");
   EXPECT_EQ(files_in(folder.path()),
@@ -213,7 +214,8 @@ TEST(BatchOptions, PoolSizeOption) {
   // A text with a non-digit leaves the pool off, so even an absurd size is harmless.
   EXPECT_EQ(run_spine_batch(folder.path(), {"-a", "2147483647x"}).exit_status, 0);
   // A pool that can't be had ends the job before anything is read.
-  const BATCH_RUN run = run_batch(folder.path(), {"-a", "2147483647"});
+  // Its message is the pool's own print, which "-q" doesn't silence.
+  const BATCH_RUN run = run_batch(folder.path(), {"-q", "-a", "2147483647"});
   EXPECT_EQ(run.exit_status, 1);
   EXPECT_EQ(run.stdout_text, "!!!!! Memory 2147483647 Mbyte cannot be allocated!!!!!!!!!\n");
   EXPECT_EQ(read_file(folder.file("stderr")), "exception error occured!! no.= 1\n");
