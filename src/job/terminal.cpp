@@ -5,6 +5,7 @@
 #include "job/memory.hpp"
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <sys/resource.h>
 
@@ -15,7 +16,7 @@ using CLOCK = std::chrono::steady_clock;
 
 // What the closing line needs to know of the run so far.
 struct TERMINAL_STATE {
-  CLOCK::time_point job_start;    // start_terminal_clock
+  CLOCK::time_point job_start;    // start_terminal
   CLOCK::time_point stage_start;  // end of the previous stage
   int first_unconverged_step = 0; // 1-based step of the first solve that did not converge
   int no_unconverged_solves = 0;  // solves that did not converge
@@ -42,7 +43,10 @@ void write_terminal(const char *format, ...) {
   va_end(arguments);
 }
 
-void start_terminal_clock() {
+void start_terminal() {
+  // Without this a job piped into a reader that quits early would die of SIGPIPE at its next
+  // line, with its files half written; files on disk never raise it.
+  std::signal(SIGPIPE, SIG_IGN);
   the_terminal = TERMINAL_STATE{};
   the_terminal.job_start = CLOCK::now();
   the_terminal.stage_start = the_terminal.job_start;

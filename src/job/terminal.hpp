@@ -16,8 +16,10 @@ namespace tesmora {
 [[gnu::format(printf, 1, 2)]] void write_terminal(const char *format, ...);
 void write_terminal_list(const char *format, va_list arguments);
 
-// Takes the start of the job's wall clock and of the first stage. Called once, early in main.
-void start_terminal_clock();
+// Takes the start of the job's wall clock and of the first stage, and makes a terminal that has
+// gone away (a closed pipe) a failed print rather than the end of the job. Called once, early
+// in main.
+void start_terminal();
 
 // Prints the wall time since the previous stage ended (or the job started) under `stage_name`.
 void write_stage_time(const char *stage_name);

@@ -126,7 +126,7 @@ bool start_job(int argc, const char *const *argv) {
     print_usage();
     return false;
   }
-  start_terminal_clock();
+  start_terminal();
   install_signal_handlers();
   const std::string error_path = job_options().work_directory + "stderr";
   run_files().error_stream = std::fopen(error_path.c_str(), "w");

@@ -9,7 +9,9 @@
 #include <filesystem>
 #include <regex>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace tesmora::testing;
 
@@ -225,4 +227,27 @@ TEST(BatchTerminal, StageTimesAreWallClockMilliseconds) {
   ASSERT_TRUE(summary.found);
   EXPECT_GE(summary.wall_s, sum - 0.004); // four roundings of half a millisecond
   EXPECT_LE(summary.wall_s, elapsed_s);
+}
+
+TEST(BatchTerminal, ATerminalThatHasGoneAwayDoesNotEndTheJob) {
+  // Standard output is a pipe whose reader is already gone: every print fails, the job goes on.
+  TempDir folder;
+  set_up_example(folder, "static", example_deck("static"));
+  int pipe_ends[2];
+  ASSERT_EQ(pipe(pipe_ends), 0);
+  close(pipe_ends[0]);
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    if (chdir(folder.path().c_str()) != 0) _exit(120);
+    dup2(pipe_ends[1], STDOUT_FILENO);
+    execl(TESMORA_BATCH_PATH, TESMORA_BATCH_PATH, static_cast<char *>(nullptr));
+    _exit(121);
+  }
+  close(pipe_ends[1]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_NE(read_file(folder.file("output")).find("**********  End  Time  **********"), std::string::npos);
 }
