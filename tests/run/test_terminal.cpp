@@ -197,6 +197,11 @@ TEST(BatchTerminal, PeakLiveBytesAreWithinAFactorTwoOfThePeakResidentSize) {
   ASSERT_TRUE(summary.found) << run.stdout_text;
   EXPECT_GT(summary.peak_live, 0);
   EXPECT_LE(summary.peak_live, 2 * summary.peak_resident);
+#ifdef __SANITIZE_ADDRESS__
+  // AddressSanitizer's shadow memory and quarantine multiply the resident size; only the bound
+  // above holds there.
+  GTEST_SKIP() << "resident size under AddressSanitizer: " << summary.peak_resident;
+#endif
   EXPECT_LE(summary.peak_resident, 2 * summary.peak_live);
 }
 
@@ -208,6 +213,10 @@ TEST(BatchTerminal, StageTimesAreWallClockMilliseconds) {
   constexpr double pause_s = 0.3;
   const auto started = std::chrono::steady_clock::now();
   std::thread writer([&] {
+    // The job's clock runs before it makes check, so the pause counts from a moment that lies
+    // inside its first stage.
+    for (int wait = 0; wait < 1000 && !file_exists(folder.file("check")); ++wait)
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
     std::this_thread::sleep_for(std::chrono::duration<double>(pause_s));
     if (std::FILE *fifo = std::fopen(folder.file("input").c_str(), "w")) std::fclose(fifo);
   });
