@@ -86,6 +86,7 @@ int read_card(FFILE *file, const char *format, const char *header, ...) {
   if (header) write_report(check, "%s", header);
   if (!read_line(s.card_image, sizeof s.card_image, file)) {
     write_check("input is insufficient.\n");
+    write_terminal("input is insufficient: file %s ends after line %d\n", file->name, file->lines_read);
     stop_job(1);
   }
   ++file->record_count;

@@ -2,6 +2,7 @@
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
 #include "job/report.hpp"
+#include "job/terminal.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -43,6 +44,7 @@ int count_output_steps(const MULTI_OUTPUT_STEPS &out) {
 void read_fft_cards(FFILE *file, CONTROL_DATA &c) {
   if (count_output_steps(c.multi_output_steps) < 3) {
     write_check(" Too few STEP_INTERVAL to convert FFT!\n");
+    write_terminal(" Too few STEP_INTERVAL to convert FFT!\n");
     stop_job(1);
   }
   int *v = card_scratch().card_ints;

@@ -145,6 +145,25 @@ TEST(BatchTerminal, CardErrorNamesTheLineAndItsText) {
   EXPECT_EQ(summary_of(run.stdout_text).exit_status, 1);
 }
 
+TEST(BatchTerminal, ADeckThatEndsTooSoonSaysWhere) {
+  // The static deck cut behind its first five lines: comments round the release card.
+  const std::string deck = example_deck("static");
+  std::size_t cut = 0;
+  for (int line = 0; line < 5; ++line) cut = deck.find('\n', cut) + 1;
+  TempDir folder;
+  set_up_example(folder, "static", deck.substr(0, cut));
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 1);
+  EXPECT_EQ(run.stdout_text.rfind("input is insufficient: file input ends after line 5\n"
+                                  "exception error occured!! no.= 1\n",
+                                  0),
+            0u)
+      << run.stdout_text;
+  // check keeps its own words.
+  const std::string check = read_file(folder.file("check"));
+  EXPECT_NE(check.find("input is insufficient.\nexception error occured!! no.= 1\n"), std::string::npos);
+}
+
 TEST(BatchTerminal, SolveThatDoesNotConvergeIsToldAndTheJobEndsNormally) {
   // MAX_ITERATIONS is the ninth field of the ICCG_CONV card; one iteration can't reach 1e-8.
   std::string deck = example_deck("static");
