@@ -284,24 +284,32 @@ TEST(GmshGroups, EveryReaderGivesThePhysicalGroupsElseTheEntities) {
 
 // A set listed by GENERATE (first, last, step) and a set whose name ends in no number: the first
 // gives its elements its number, the second is passed over, and elements in no numbered set keep
-// the number of their "*ELEMENT" list. A second-order surface list is read away.
+// the number of their "*ELEMENT" list. An element listed in two numbered sets keeps the first;
+// a set named like the option is no GENERATE list. A second-order surface list is read away.
 TEST(Abaqus, GeneratedSetsAndUnnumberedSets) {
   const std::string text = "*NODE\n1, 0, 0, 0\n2, 1, 0, 0\n3, 0, 1, 0\n4, 0, 0, 1\n5, 1, 1, 1\n"
                            "6, 0.5, 0, 0\n7, 0.5, 0.5, 0\n8, 0, 0.5, 0\n"
                            "*ELEMENT, type=CPS6, ELSET=Surface2\n10, 1, 2, 3, 6, 7, 8\n"
                            "*ELEMENT, type=C3D4, ELSET=Volume1\n1, 1, 2, 3, 4\n2, 2, 3, 4, 5\n"
-                           "3, 1, 2, 3, 5\n"
+                           "3, 1, 2, 3, 5\n4, 1, 2, 4, 5\n"
                            "*ELSET,ELSET=PhysicalVolume9, GENERATE\n1, 3, 2\n"
-                           "*ELSET,ELSET=coil\n2\n";
+                           "*ELSET,ELSET=coil\n2\n*ELSET,ELSET=Coil5\n1\n*ELSET, ELSET=GENERATE4\n2\n";
   ScopedJobFiles files;
   ScopedMesh m;
   convert_and_read(files, m.mesh, 7, text);
-  ASSERT_EQ(m.mesh.no_v_elements, 3);
+  ASSERT_EQ(m.mesh.no_v_elements, 4);
   EXPECT_EQ(m.mesh.no_input_s_elements, 0);
   std::map<int, int> mat_ids;
   for (int i = 0; i < m.mesh.no_v_elements; ++i)
     mat_ids[m.mesh.v_elements[i].id] = m.mesh.v_elements[i].mat_id;
-  EXPECT_EQ(mat_ids, (std::map<int, int>{{1, 9}, {2, 1}, {3, 9}}));
+  EXPECT_EQ(mat_ids, (std::map<int, int>{{1, 9}, {2, 4}, {3, 9}, {4, 1}}));
+  // Without the GENERATE option the same line lists elements 1, 3 and 2, all in set 9; 4 stays in no set.
+  const std::string listed = text.substr(0, text.find(", GENERATE")) + text.substr(text.find("\n1, 3, 2\n"));
+  ScopedMesh l;
+  convert_and_read(files, l.mesh, 7, listed);
+  ASSERT_EQ(l.mesh.no_v_elements, 4);
+  for (int i = 0; i < l.mesh.no_v_elements; ++i)
+    EXPECT_EQ(l.mesh.v_elements[i].mat_id, l.mesh.v_elements[i].id == 4 ? 1 : 9);
 }
 
 TEST(Nastran, CylindricalGridAndLargeFields) {

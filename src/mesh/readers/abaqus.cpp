@@ -137,14 +137,27 @@ bool convert_element_list(std::FILE *in, char *line, const ELEMENT_GROUPS &group
   return true;
 }
 
+// True when one of the comma-separated options after the keyword is `option` (a set named
+// "GENERATE7" is no option).
+bool has_option(const char *line, const char *option) {
+  for (const char *p = std::strchr(line, ','); p; p = std::strchr(p + 1, ',')) {
+    const char *q = p + 1;
+    while (*q == ' ') ++q;
+    const char *end = q + std::strlen(option);
+    if (begins_with(q, option) &&
+        (*end == '\0' || *end == ',' || *end == ' ' || *end == '\r' || *end == '\n'))
+      return true;
+  }
+  return false;
+}
+
 // The members of an "*ELSET" list whose name ends in its number; with GENERATE the lines give
 // first, last and step. Ends at the next keyword line, left in `line`.
 void read_element_set(std::FILE *in, char *line, ELEMENT_GROUPS &groups, bool &have_line) {
   char set_name[128] = {};
   keyword_value(line, "ELSET=", set_name, sizeof set_name);
   const int group = trailing_number(set_name);
-  char generate[8] = {};
-  const bool generated = keyword_value(line, "GENERATE", generate, sizeof generate);
+  const bool generated = has_option(line, "GENERATE");
   have_line = false;
   while (read_converter_line(line, in)) {
     if (is_keyword_line(line)) {
