@@ -18,7 +18,7 @@ std::string static_deck(const STATIC_DECK &d) {
   s << "0 0 0.0 0\n";                            // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
   s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n"; // NO_STEPS INITIAL_TIME DELTA_TIME ...
   s << "1 " << (d.last_output_step ? d.last_output_step : d.no_steps) << " 1 3 0 0 0\n"; // output steps
-  s << "3 0 0 0\n"; // INPUT_MESH_FILE 3: NASTRAN pre_geom.nas
+  s << d.input_mesh_file << " 0 0 0\n"; // INPUT_MESH_FILE UNIT NO_MESH MESHLESS
   if (d.output_materials.empty())
     s << d.post_data_file << " 1 1 0 0 0 0 " << d.post_coordinate << " 0 0\n";
   else

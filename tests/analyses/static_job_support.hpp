@@ -24,6 +24,7 @@ struct STATIC_DECK {
   int last_output_step = 0;                 // LAST_STEP of the output range; 0: no_steps
   std::string output_materials;             // NUMBER_OUTPUT_MATS, then its list card when not 0
   double iccg_conv = 1e-9;
+  int input_mesh_file = 3; // INPUT_MESH_FILE: 3 NASTRAN "pre_geom.nas", 1 ".unv", 7 ".inp"
 };
 
 // The deck text.

@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 namespace tesmora::testing {
@@ -242,6 +243,98 @@ TEST(StaticJob, OutputJsonHoldsOneEntryPerStepAndStaysEmptyWhenTheJobStops) {
   const BATCH_RUN run = run_batch(stopped.path(), {});
   EXPECT_EQ(run.exit_status, 1);
   EXPECT_EQ(read_file(stopped.file("output.json")), "");
+}
+
+// A job on Gmsh's exports of tests/data/mesh/slab_groups.geo: the slab of slab_deck with the air
+// in physical volume 7 and the iron in 12 (entities 1 and 3, and 2). NASTRAN (physical tag as
+// property), universal and ABAQUS files must make the same job.
+struct GMSH_EXPORT {
+  const char *name;        // what the job reads
+  int input_mesh_file;     // INPUT_MESH_FILE
+  const char *extension;   // of the input name "pre_geom"
+  bool groups;             // the file keeps its physical groups
+  const char *report_line; // where the report says the mat_ids came from; null: no such line
+};
+
+struct GMSH_JOB {
+  BATCH_RUN run;
+  std::string check, output;
+  int no_unknowns = -1;
+  std::map<int, std::array<double, 6>> elements;
+};
+
+std::string gmsh_export_text(const GMSH_EXPORT &e) {
+  if (e.input_mesh_file == 3) return read_file(mesh_path("slab_groups.bdf"));
+  if (e.input_mesh_file == 1) {
+    const std::string text = read_file(mesh_path("slab_groups.unv"));
+    return e.groups ? text : without_universal_groups(text);
+  }
+  const std::string text = read_file(mesh_path("slab_groups.inp"));
+  return e.groups ? text : without_abaqus_sets(text);
+}
+
+GMSH_JOB run_gmsh_export(const TempDir &dir, const GMSH_EXPORT &e) {
+  STATIC_DECK deck = slab_deck(100.0); // materials 1 and 3 air, 2 iron: the entity numbers
+  if (e.groups) deck.materials = {"7 1 0 0.0 1.0 0 0 0 0", "12 1 0 0.0 100 0 0 0 0"};
+  deck.input_mesh_file = e.input_mesh_file;
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file(std::string("pre_geom") + e.extension), gmsh_export_text(e));
+  GMSH_JOB job;
+  job.run = run_batch(dir.path(), {});
+  job.check = read_file(dir.file("check"));
+  job.output = read_file(dir.file("output"));
+  const std::size_t at = job.output.find("Number of unknowns");
+  if (at != std::string::npos) job.no_unknowns = std::atoi(job.output.c_str() + job.output.find('=', at) + 1);
+  job.elements = read_unv_values(dir.file("magnetic"), 56);
+  return job;
+}
+
+// Each job is checked against the closed form of slab_deck (B0 = 1 T in the air, mu_r B0 = 100 T
+// in the iron, told apart by the NASTRAN file's properties), and against the NASTRAN job: the
+// same unknowns and the same values per element. The files without groups take the entity
+// numbers, and the report says which numbers each reader took.
+TEST(StaticJob, GmshExportsWithAndWithoutGroupsMakeTheSameJob) {
+  const GMSH_EXPORT exports[] = {
+      {"bdf", 3, ".nas", true, nullptr},
+      {"unv", 1, ".unv", true, "*** material ids from physical groups (dataset 2477) ***"},
+      {"inp", 7, ".inp", true, "*** material ids from physical group sets (*ELSET lists) ***"},
+      {"unv without 2477", 1, ".unv", false,
+       "*** material ids from element property numbers (dataset 2412) ***"},
+      {"inp without *ELSET", 7, ".inp", false, "*** material ids from the ELSET names of *ELEMENT lists ***"},
+  };
+  const std::map<int, TET_CENTROID> centroids = read_tet_centroids(mesh_path("slab_groups.bdf"));
+  GMSH_JOB first;
+  for (const GMSH_EXPORT &e : exports) {
+    SCOPED_TRACE(e.name);
+    TempDir dir;
+    GMSH_JOB job = run_gmsh_export(dir, e);
+    ASSERT_EQ(job.run.exit_status, 0) << job.check;
+    if (e.report_line) {
+      EXPECT_NE(job.output.find(e.report_line), std::string::npos) << job.output;
+    } else {
+      EXPECT_EQ(job.output.find("*** material ids from"), std::string::npos);
+    }
+    ASSERT_GT(job.no_unknowns, 0);
+    ASSERT_EQ(centroids.size(), 1402u);
+    for (const auto &[number, c] : centroids) {
+      ASSERT_TRUE(job.elements.count(number)) << "element " << number;
+      const std::array<double, 6> &B = job.elements.at(number);
+      // Iterative solve to 1e-9, printed with 6 digits: as in the slab's other jobs.
+      expect_close(B[0], c.property == 12 ? 100.0 : 1.0, 2e-5, 1e-5);
+    }
+    if (first.no_unknowns < 0) {
+      first = job;
+      continue;
+    }
+    EXPECT_EQ(job.no_unknowns, first.no_unknowns);
+    ASSERT_EQ(job.elements.size(), first.elements.size());
+    for (const auto &[number, B] : first.elements) {
+      ASSERT_TRUE(job.elements.count(number)) << "element " << number;
+      // The values print with 6 digits, so equal jobs agree to 1e-6 relative; the components
+      // that vanish in the closed form are solver noise of order 1e-8 T.
+      for (int k = 0; k < 6; ++k) expect_close(job.elements.at(number)[k], B[k], 1e-6, 1e-6);
+    }
+  }
 }
 
 } // namespace

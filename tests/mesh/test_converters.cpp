@@ -7,6 +7,7 @@
 #include "mesh/mesh_reader.hpp"
 #include "mesh/mesh_test_support.hpp"
 #include "mesh/model_building.hpp"
+#include "support/job_results.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -128,14 +129,22 @@ std::string fixed_field(const std::string &text, int width) {
 
 // The Gmsh meshes of one geometry (tests/data/mesh/PROVENANCE.md): a unit box of air with an
 // iron block [0.2,0.6]x[0.3,0.7]^2 pierced along z by a hole of radius 0.1, and a copper plate
-// [0.7,0.8]x[0.2,0.8]^2. mat_id is Gmsh's volume number: iron 10, copper 7, 11 and 15.
+// [0.7,0.8]x[0.2,0.8]^2. The geometry's physical volumes are air 1, iron 2 and copper 3; the
+// universal and ABAQUS files carry them (dataset 2477, "*ELSET" sets) and so give them as
+// mat_id. The NASTRAN files carry only Gmsh's volume numbers: iron 10, copper 7, 11 and 15.
 struct GMSH_CASE {
   const char *mesh;   // "tet" or "hexprism"
   const char *file;   // data file
   int format;         // INPUT_MESH_FILE
   const char *counts; // the NASTRAN file whose cards give the node and element counts
   double tol;         // relative volume tolerance from the coordinates' digits in the file
+  bool groups;        // mat_id is the physical group, not the volume number
 };
+
+bool is_iron(const GMSH_CASE &c, int mat) { return c.groups ? mat == 2 : mat == 10; }
+bool is_copper(const GMSH_CASE &c, int mat) {
+  return c.groups ? mat == 3 : mat == 7 || mat == 11 || mat == 15;
+}
 
 // Gmsh writes NASTRAN fields of 8 columns with 6 significant digits: each coordinate moves by up
 // to 5e-7 relative and a volume by a few times that.
@@ -171,7 +180,7 @@ TEST_P(GmshMeshes, SameModelInEveryFormat) {
     const double v = stored_element_volume(mesh.v_elements[i]);
     ASSERT_GT(v, 0.0) << "element " << mesh.v_elements[i].id;
     const int mat = mesh.v_elements[i].mat_id;
-    (mat == 10 ? iron : mat == 7 || mat == 11 || mat == 15 ? copper : air) += v;
+    (is_iron(c, mat) ? iron : is_copper(c, mat) ? copper : air) += v;
   }
   // The plate and the box have flat faces: their volumes are exact.
   expect_close(copper, 0.1 * 0.6 * 0.6, c.tol, 0.0);
@@ -186,8 +195,7 @@ TEST_P(GmshMeshes, SameModelInEveryFormat) {
   // outer surface is a sphere, V - E + F = 2; the tree of a natural boundary spans the nodes.
   std::string cards = "20 0 0\n";
   for (int mat = 1; mat <= 20; ++mat)
-    cards += std::to_string(mat) +
-             (mat == 7 || mat == 11 || mat == 15 ? " 0 0 5.8e7 1 0 0 0 0\n" : " 0 0 0 1 0 0 0 0\n");
+    cards += std::to_string(mat) + (is_copper(c, mat) ? " 0 0 5.8e7 1 0 0 0 0\n" : " 0 0 0 1 0 0 0 0\n");
   ScopedControlData control;
   writable_control_data().release = 12.0;
   read_material_cards(files.open_card_text("materials", cards), 1);
@@ -208,14 +216,101 @@ TEST_P(GmshMeshes, SameModelInEveryFormat) {
 
 INSTANTIATE_TEST_SUITE_P(
     Gmsh, GmshMeshes,
-    ::testing::Values(GMSH_CASE{"tet", "tet.unv", 1, "tet.bdf", converted_tol},
-                      GMSH_CASE{"tet", "tet.bdf", 3, "tet.bdf", small_field_tol},
-                      GMSH_CASE{"tet", "tet_free.bdf", 8, "tet.bdf", small_field_tol},
-                      GMSH_CASE{"tet", "tet.inp", 7, "tet.bdf", converted_tol},
-                      GMSH_CASE{"hexprism", "hexprism.unv", 1, "hexprism_free.bdf", converted_tol},
-                      GMSH_CASE{"hexprism", "hexprism.bdf", 3, "hexprism_free.bdf", converted_tol},
-                      GMSH_CASE{"hexprism", "hexprism_free.bdf", 3, "hexprism_free.bdf", small_field_tol},
-                      GMSH_CASE{"hexprism", "hexprism.inp", 7, "hexprism_free.bdf", converted_tol}));
+    ::testing::Values(GMSH_CASE{"tet", "tet.unv", 1, "tet.bdf", converted_tol, true},
+                      GMSH_CASE{"tet", "tet.bdf", 3, "tet.bdf", small_field_tol, false},
+                      GMSH_CASE{"tet", "tet_free.bdf", 8, "tet.bdf", small_field_tol, false},
+                      GMSH_CASE{"tet", "tet.inp", 7, "tet.bdf", converted_tol, true},
+                      GMSH_CASE{"hexprism", "hexprism.unv", 1, "hexprism_free.bdf", converted_tol, true},
+                      GMSH_CASE{"hexprism", "hexprism.bdf", 3, "hexprism_free.bdf", converted_tol, false},
+                      GMSH_CASE{"hexprism", "hexprism_free.bdf", 3, "hexprism_free.bdf", small_field_tol,
+                                false},
+                      GMSH_CASE{"hexprism", "hexprism.inp", 7, "hexprism_free.bdf", converted_tol, true}));
+
+// The slab of tests/data/mesh/slab_groups.geo exported by Gmsh as NASTRAN, universal and ABAQUS
+// files: physical volume 7 is the air (volumes 1 below and 3 above), 12 the iron slab
+// 0.4 <= z <= 0.6 (volume 2), physical surface 21 the bottom face z = 0 (surface 5). Which
+// material an element belongs to is taken from the geometry, by where its centroid lies, so the
+// expected numbers do not come from any reader. With the groups taken out of the universal and
+// ABAQUS files the readers fall back to the entity numbers.
+TEST(GmshGroups, EveryReaderGivesThePhysicalGroupsElseTheEntities) {
+  const std::string bdf = data_file("slab_groups.bdf");
+  const struct {
+    const char *name;
+    int format;
+    std::string text;
+    bool groups;
+  } cases[] = {
+      {"bdf", 3, bdf, true},
+      {"unv", 1, data_file("slab_groups.unv"), true},
+      {"inp", 7, data_file("slab_groups.inp"), true},
+      {"unv without 2477", 1, without_universal_groups(data_file("slab_groups.unv")), false},
+      {"inp without *ELSET", 7, without_abaqus_sets(data_file("slab_groups.inp")), false},
+  };
+  std::map<int, int> first_mat_ids; // element id -> mat_id from the NASTRAN file
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.name);
+    ScopedJobFiles files;
+    ScopedMesh m;
+    convert_and_read(files, m.mesh, c.format, c.text);
+    const MESHED_MODEL &mesh = m.mesh;
+    ASSERT_EQ(mesh.no_v_elements, count_cards(bdf, "CTETRA"));
+    ASSERT_EQ(mesh.no_input_s_elements, count_cards(bdf, "CTRIA3"));
+    std::map<int, int> mat_ids;
+    std::set<int> seen;
+    for (int i = 0; i < mesh.no_v_elements; ++i) {
+      const V_ELEMENT &e = mesh.v_elements[i];
+      double z = 0;
+      for (int k = 0; k < e.type->no_nodes; ++k) z += e.nodes[k]->z / e.type->no_nodes;
+      // The mesh follows the slab's faces, so no centroid lies on them.
+      const int expected = z > 0.4 && z < 0.6 ? (c.groups ? 12 : 2) : c.groups ? 7 : z < 0.4 ? 1 : 3;
+      EXPECT_EQ(e.mat_id, expected) << "element " << e.id;
+      mat_ids[e.id] = e.mat_id;
+      seen.insert(e.mat_id);
+    }
+    EXPECT_EQ(seen.size(), c.groups ? 2u : 3u);
+    for (int i = 0; i < mesh.no_input_s_elements; ++i) {
+      const S_ELEMENT &s = mesh.input_s_elements[i];
+      EXPECT_EQ(s.boundary_id, c.groups ? 21 : 5) << "surface element " << s.id;
+      for (int k = 0; k < s.type->no_nodes; ++k) EXPECT_EQ(s.nodes[k]->z, 0.0);
+    }
+    // Gmsh numbers the elements alike in every export.
+    if (first_mat_ids.empty()) {
+      first_mat_ids = mat_ids;
+    } else if (c.groups) {
+      EXPECT_EQ(mat_ids, first_mat_ids);
+    }
+  }
+}
+
+// A set listed by GENERATE (first, last, step) and a set whose name ends in no number: the first
+// gives its elements its number, the second is passed over, and elements in no numbered set keep
+// the number of their "*ELEMENT" list. An element listed in two numbered sets keeps the first;
+// a set named like the option is no GENERATE list. A second-order surface list is read away.
+TEST(Abaqus, GeneratedSetsAndUnnumberedSets) {
+  const std::string text = "*NODE\n1, 0, 0, 0\n2, 1, 0, 0\n3, 0, 1, 0\n4, 0, 0, 1\n5, 1, 1, 1\n"
+                           "6, 0.5, 0, 0\n7, 0.5, 0.5, 0\n8, 0, 0.5, 0\n"
+                           "*ELEMENT, type=CPS6, ELSET=Surface2\n10, 1, 2, 3, 6, 7, 8\n"
+                           "*ELEMENT, type=C3D4, ELSET=Volume1\n1, 1, 2, 3, 4\n2, 2, 3, 4, 5\n"
+                           "3, 1, 2, 3, 5\n4, 1, 2, 4, 5\n"
+                           "*ELSET,ELSET=PhysicalVolume9, GENERATE\n1, 3, 2\n"
+                           "*ELSET,ELSET=coil\n2\n*ELSET,ELSET=Coil5\n1\n*ELSET, ELSET=GENERATE4\n2\n";
+  ScopedJobFiles files;
+  ScopedMesh m;
+  convert_and_read(files, m.mesh, 7, text);
+  ASSERT_EQ(m.mesh.no_v_elements, 4);
+  EXPECT_EQ(m.mesh.no_input_s_elements, 0);
+  std::map<int, int> mat_ids;
+  for (int i = 0; i < m.mesh.no_v_elements; ++i)
+    mat_ids[m.mesh.v_elements[i].id] = m.mesh.v_elements[i].mat_id;
+  EXPECT_EQ(mat_ids, (std::map<int, int>{{1, 9}, {2, 4}, {3, 9}, {4, 1}}));
+  // Without the GENERATE option the same line lists elements 1, 3 and 2, all in set 9; 4 stays in no set.
+  const std::string listed = text.substr(0, text.find(", GENERATE")) + text.substr(text.find("\n1, 3, 2\n"));
+  ScopedMesh l;
+  convert_and_read(files, l.mesh, 7, listed);
+  ASSERT_EQ(l.mesh.no_v_elements, 4);
+  for (int i = 0; i < l.mesh.no_v_elements; ++i)
+    EXPECT_EQ(l.mesh.v_elements[i].mat_id, l.mesh.v_elements[i].id == 4 ? 1 : 9);
+}
 
 TEST(Nastran, CylindricalGridAndLargeFields) {
   ScopedJobFiles files;

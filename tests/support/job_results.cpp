@@ -23,6 +23,13 @@ double nastran_real(std::string field) {
   return std::strtod(field.c_str(), nullptr);
 }
 
+// A universal file's dataset delimiter: -1 alone on its line.
+bool is_unv_delimiter(const std::string &line) {
+  const std::size_t first = line.find_first_not_of(" \r");
+  return first != std::string::npos && line.compare(first, 2, "-1") == 0 &&
+         line.find_first_not_of(" \r", first + 2) == std::string::npos;
+}
+
 } // namespace
 
 std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set) {
@@ -87,6 +94,32 @@ std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
     tets[std::atoi(nastran_field(line, 1).c_str())] = c;
   }
   return tets;
+}
+
+std::string without_universal_groups(const std::string &text) {
+  const std::vector<std::string> lines = split_lines(text);
+  std::string out;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const bool group_start =
+        is_unv_delimiter(lines[i]) && i + 1 < lines.size() && std::atoi(lines[i + 1].c_str()) == 2477;
+    if (!group_start) {
+      out += lines[i] + '\n';
+      continue;
+    }
+    // Past the dataset's number, up to and with its closing delimiter.
+    for (i += 2; i < lines.size() && !is_unv_delimiter(lines[i]);) ++i;
+  }
+  return out;
+}
+
+std::string without_abaqus_sets(const std::string &text) {
+  std::string out;
+  bool in_set = false;
+  for (const std::string &line : split_lines(text)) {
+    if (!line.empty() && line[0] == '*') in_set = line.rfind("*ELSET", 0) == 0;
+    if (!in_set) out += line + '\n';
+  }
+  return out;
 }
 
 } // namespace tesmora::testing

@@ -23,4 +23,10 @@ struct TET_CENTROID {
 };
 std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path);
 
+// A Gmsh export stripped of its physical groups, as for a model that has none: the universal
+// file without its dataset 2477, the ABAQUS file without its "*ELSET" lists. What is left still
+// names each element's geometric entity.
+std::string without_universal_groups(const std::string &text);
+std::string without_abaqus_sets(const std::string &text);
+
 } // namespace tesmora::testing

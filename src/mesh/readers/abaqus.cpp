@@ -1,8 +1,15 @@
-// ABAQUS input files: the "*NODE" list and "*ELEMENT" lists whose TYPE gives the native code
-// and whose ELSET name ends in the mat_id.
+// ABAQUS input files: the "*NODE" list, "*ELEMENT" lists whose TYPE gives the native code, and
+// "*ELSET" lists of element sets.
+//
+// An element's mat_id is the number that ends the name of an "*ELSET" set listing it, where the
+// file has such sets: Gmsh writes one per physical group, named after the group
+// ("PhysicalVolume12" for an unnamed group 12). A set whose name ends in no digit names no
+// number and is passed over. Otherwise, and for elements no such set lists, the number that ends
+// the ELSET word of its "*ELEMENT" line, which Gmsh fills with the geometric entity ("Volume3").
 #include "mesh/readers/converter_support.hpp"
 
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -12,14 +19,19 @@ namespace {
 
 struct ABAQUS_TYPE {
   const char *name; // the TYPE= word
-  int code;
+  int code;         // native code; 0 for surface and line types whose elements are read away
   int no_nodes;
 };
 
+// Besides the shell types, the plane-stress and membrane types Gmsh and others write for
+// surfaces are surface elements, and Gmsh's T3D2 lines are lines; their second-order forms
+// without a native counterpart are read away.
 constexpr ABAQUS_TYPE abaqus_types[] = {
-    {"B31", 102, 2},  {"S3", 203, 3},     {"S3R", 203, 3},  {"S4", 204, 4},
-    {"S8R", 208, 8},  {"C3D4", 304, 4},   {"C3D5", 305, 5}, {"C3D6", 306, 6},
-    {"C3D8", 308, 8}, {"C3D20", 320, 20}, {"MASS", 101, 1},
+    {"B31", 102, 2},  {"T3D2", 102, 2}, {"S3", 203, 3},     {"S3R", 203, 3},  {"STRI3", 203, 3},
+    {"CPS3", 203, 3}, {"M3D3", 203, 3}, {"S4", 204, 4},     {"S4R", 204, 4},  {"CPS4", 204, 4},
+    {"M3D4", 204, 4}, {"S8R", 208, 8},  {"CPS8", 208, 8},   {"T3D3", 0, 3},   {"CPS6", 0, 6},
+    {"S6", 0, 6},     {"STRI65", 0, 6}, {"M3D6", 0, 6},     {"C3D4", 304, 4}, {"C3D5", 305, 5},
+    {"C3D6", 306, 6}, {"C3D8", 308, 8}, {"C3D20", 320, 20}, {"MASS", 101, 1},
 };
 // ABAQUS: corners, lower mid nodes, upper mid nodes, vertical mid nodes. Native: the lower ring
 // corner by corner with its mid nodes, the vertical mid nodes, the upper ring.
@@ -73,19 +85,21 @@ int read_integers(const char *line, int *values, int count, int capacity) {
 
 // Reads the element lines after an "*ELEMENT," line; returns false with the fault set on a card
 // error. `line` holds the keyword line that ended the list when it returns true.
-bool convert_element_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, CONVERT_FAULT &fault,
-                          bool &have_line) {
+bool convert_element_list(std::FILE *in, char *line, const ELEMENT_GROUPS &groups, PRE_GEOM_WRITER &writer,
+                          CONVERT_FAULT &fault, bool &have_line) {
   char type_name[64] = {}, set_name[128] = {};
   keyword_value(line, "TYPE=", type_name, sizeof type_name);
   keyword_value(line, "ELSET=", set_name, sizeof set_name);
   const ABAQUS_TYPE *type = nullptr;
   for (const ABAQUS_TYPE &t : abaqus_types)
     if (std::strcmp(t.name, type_name) == 0) type = &t;
-  const int mat_id = trailing_number(set_name);
-  if (!type || mat_id < 1) {
+  const int block_mat_id = trailing_number(set_name);
+  if (!type || (groups.empty() && block_mat_id < 1)) {
     set_convert_fault(fault, line);
     return false;
   }
+  char header[card_length + 2];
+  std::snprintf(header, sizeof header, "%s", line);
   have_line = false;
   while (read_converter_line(line, in)) {
     if (is_keyword_line(line)) {
@@ -103,6 +117,12 @@ bool convert_element_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, CO
       }
       count = read_integers(line, values, count, 1 + type->no_nodes);
     }
+    const int mat_id = groups.find(values[0], block_mat_id);
+    if (mat_id < 1) {
+      set_convert_fault(fault, header);
+      return false;
+    }
+    if (type->code == 0) continue;
     int *nodes = values + 1;
     if (type->code == 320 || type->code == 208) {
       const std::span<const int> order =
@@ -115,6 +135,60 @@ bool convert_element_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, CO
     put_element(writer, values[0], type->code, mat_id, nodes, type->no_nodes);
   }
   return true;
+}
+
+// True when one of the comma-separated options after the keyword is `option` (a set named
+// "GENERATE7" is no option).
+bool has_option(const char *line, const char *option) {
+  for (const char *p = std::strchr(line, ','); p; p = std::strchr(p + 1, ',')) {
+    const char *q = p + 1;
+    while (*q == ' ') ++q;
+    const char *end = q + std::strlen(option);
+    if (begins_with(q, option) &&
+        (*end == '\0' || *end == ',' || *end == ' ' || *end == '\r' || *end == '\n'))
+      return true;
+  }
+  return false;
+}
+
+// The members of an "*ELSET" list whose name ends in its number; with GENERATE the lines give
+// first, last and step. Ends at the next keyword line, left in `line`.
+void read_element_set(std::FILE *in, char *line, ELEMENT_GROUPS &groups, bool &have_line) {
+  char set_name[128] = {};
+  keyword_value(line, "ELSET=", set_name, sizeof set_name);
+  const int group = trailing_number(set_name);
+  const bool generated = has_option(line, "GENERATE");
+  have_line = false;
+  while (read_converter_line(line, in)) {
+    if (is_keyword_line(line)) {
+      have_line = true;
+      return;
+    }
+    if (group < 1) continue;
+    int values[64];
+    const int count = read_integers(line, values, 0, 64);
+    if (!generated) {
+      for (int i = 0; i < count; ++i) groups.add(values[i], group);
+      continue;
+    }
+    const int step = count >= 3 && values[2] > 0 ? values[2] : 1;
+    for (int label = values[0]; count >= 2 && label <= values[1]; label += step) groups.add(label, group);
+  }
+}
+
+// A first pass over the whole file for the "*ELSET" lists: they follow the elements.
+ELEMENT_GROUPS read_abaqus_groups(std::FILE *in) {
+  ELEMENT_GROUPS groups;
+  char line[card_length + 2];
+  bool have_line = read_converter_line(line, in) != nullptr;
+  while (have_line) {
+    if (begins_with(line, "*ELSET,"))
+      read_element_set(in, line, groups, have_line);
+    else
+      have_line = read_converter_line(line, in) != nullptr;
+  }
+  groups.sort();
+  return groups;
 }
 
 void convert_node_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, bool &have_line) {
@@ -142,6 +216,10 @@ void convert_node_list(std::FILE *in, char *line, PRE_GEOM_WRITER &writer, bool 
 
 void convert_abaqus(const char *in_name, const char *out_name, CONVERT_FAULT &fault) {
   CONVERTER_FILES files(in_name, out_name);
+  const ELEMENT_GROUPS groups = read_abaqus_groups(files.in());
+  std::rewind(files.in());
+  report_mat_id_source(groups.empty() ? "the ELSET names of *ELEMENT lists"
+                                      : "physical group sets (*ELSET lists)");
   char line[card_length + 2];
   bool have_line = read_converter_line(line, files.in()) != nullptr;
   while (have_line) {
@@ -150,7 +228,7 @@ void convert_abaqus(const char *in_name, const char *out_name, CONVERT_FAULT &fa
     if (node_list) {
       convert_node_list(files.in(), line, files.writer, have_line);
     } else if (begins_with(line, "*ELEMENT,")) {
-      if (!convert_element_list(files.in(), line, files.writer, fault, have_line)) return;
+      if (!convert_element_list(files.in(), line, groups, files.writer, fault, have_line)) return;
     } else {
       have_line = read_converter_line(line, files.in()) != nullptr;
     }

@@ -2,6 +2,10 @@
 #include "mesh/readers/converter_support.hpp"
 
 #include "input/card_reader.hpp"
+#include "job/report.hpp"
+#include "job/run_files.hpp"
+
+#include <algorithm>
 
 #include <cctype>
 #include <cstdlib>
@@ -115,6 +119,23 @@ bool WORD_READER::skip_lines(int count) {
     if (!read_converter_line(line, in)) return false;
   at = "";
   return true;
+}
+
+void ELEMENT_GROUPS::sort() {
+  std::stable_sort(
+      members.begin(), members.end(),
+      [](const std::pair<int, int> &a, const std::pair<int, int> &b) { return a.first < b.first; });
+}
+
+int ELEMENT_GROUPS::find(int label, int fallback) const {
+  const auto at = std::lower_bound(members.begin(), members.end(), label,
+                                   [](const std::pair<int, int> &m, int value) { return m.first < value; });
+  return at != members.end() && at->first == label ? at->second : fallback;
+}
+
+void report_mat_id_source(const char *source) {
+  const FFILE *output = run_files().print_out;
+  if (output && output->state != 0) write_report(output->stream, "*** material ids from %s ***\n", source);
 }
 
 } // namespace tesmora

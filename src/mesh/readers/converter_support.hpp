@@ -6,6 +6,8 @@
 #include "mesh/mesh_converters.hpp"
 
 #include <span>
+#include <utility>
+#include <vector>
 
 namespace tesmora {
 
@@ -55,5 +57,23 @@ struct WORD_READER {
   // Reads `count` whole lines (the rest of the current one is dropped first); false at the end.
   bool skip_lines(int count);
 };
+
+// The groups a mesher lists elements in (Gmsh's physical groups): element label and group
+// number. Where a file has them, an element's group number is its mat_id rather than the
+// number of the geometric entity it was meshed in.
+struct ELEMENT_GROUPS {
+  std::vector<std::pair<int, int>> members; // (element label, group number), sorted once read
+
+  void add(int label, int group) { members.emplace_back(label, group); }
+  // Sorts by label; a label listed twice keeps the group listed first.
+  void sort();
+  bool empty() const { return members.empty(); }
+  // The group of `label`, or `fallback` when no group lists it.
+  int find(int label, int fallback) const;
+};
+
+// Writes the report line that says where the converted file's mat_ids come from, so that a run
+// on a file without groups shows it took the mesher's entity numbers.
+void report_mat_id_source(const char *source);
 
 } // namespace tesmora

@@ -1,12 +1,16 @@
 // Universal files: datasets between "    -1" lines; nodes from datasets 15, 781 and 2411,
-// elements from 780 and 2412, the header 151 read for its producer.
+// elements from 780 and 2412, permanent groups from 2477, the header 151 read for its producer.
 //
-// An element's mat_id is its physical property table number (2412: third field; 780: the
-// physical property number), the number a mesher sets per region. Element descriptors map to
-// native codes through the catalogue's universal_code, node orders through node_order_1.
+// Where the file has groups (Gmsh writes each physical group as a 2477 group whose number is
+// the physical tag), an element's mat_id is the number of the group that lists it. Without
+// groups, or for an element no group lists, it is the physical property table number (2412:
+// third field; 780: the physical property number), which Gmsh fills with the number of the
+// geometric entity, not the physical group. Element descriptors map to native codes through the
+// catalogue's universal_code, node orders through node_order_1.
 #include "mesh/element_catalogue.hpp"
 #include "mesh/readers/converter_support.hpp"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -82,7 +86,8 @@ void put_universal_element(PRE_GEOM_WRITER &writer, int label, int descriptor, i
 
 // Element records of 2412 (label, descriptor, physical, material, colour, count) or 780
 // (label, descriptor, physical bin, physical, material bin, material, colour, count).
-bool convert_elements(std::FILE *in, char *line, int dataset, PRE_GEOM_WRITER &writer, CONVERT_FAULT &fault) {
+bool convert_elements(std::FILE *in, char *line, int dataset, const ELEMENT_GROUPS &groups,
+                      PRE_GEOM_WRITER &writer, CONVERT_FAULT &fault) {
   while (read_converter_line(line, in)) {
     if (is_delimiter(line)) return true;
     int head[8] = {};
@@ -93,7 +98,7 @@ bool convert_elements(std::FILE *in, char *line, int dataset, PRE_GEOM_WRITER &w
       return false;
     }
     const int label = head[0], descriptor = head[1];
-    const int mat_id = old_form ? head[3] : head[2];
+    const int mat_id = groups.find(label, old_form ? head[3] : head[2]);
     const int no_nodes = old_form ? head[7] : head[5];
     if (has_beam_record(descriptor) && !read_converter_line(line, in)) return false;
     int nodes[64] = {};
@@ -112,10 +117,59 @@ void skip_dataset(std::FILE *in, char *line) {
     if (is_delimiter(line)) return;
 }
 
+// Entity type code of a finite element in a group's member list.
+constexpr int group_element_type = 8;
+
+// Groups of dataset 2477: per group a line of 8 integers (number, five active set numbers, the
+// contact set, the member count), a name line, then the members, four integers each (type code,
+// tag, node leaf, component), two to a line. Elements (type 8) are kept; node members are not.
+void read_groups(std::FILE *in, char *line, ELEMENT_GROUPS &groups) {
+  while (read_converter_line(line, in)) {
+    if (is_delimiter(line)) return;
+    int head[8] = {};
+    if (count_ints(line, head, 8) < 8) continue;
+    const int group = head[0], no_members = head[7];
+    if (!read_converter_line(line, in) || is_delimiter(line)) return; // the group's name
+    int member[4] = {}, filled = 0;
+    for (int read = 0; read < no_members;) {
+      if (!read_converter_line(line, in) || is_delimiter(line)) return;
+      int values[8] = {};
+      const int n = count_ints(line, values, 8);
+      for (int i = 0; i < n && read < no_members; ++i) {
+        member[filled++] = values[i];
+        if (filled < 4) continue;
+        if (member[0] == group_element_type) groups.add(member[1], group);
+        filled = 0;
+        ++read;
+      }
+    }
+  }
+}
+
+// A first pass over the whole file for its groups: Gmsh writes them after the elements.
+ELEMENT_GROUPS read_universal_groups(std::FILE *in) {
+  ELEMENT_GROUPS groups;
+  char line[card_length + 2];
+  while (read_converter_line(line, in)) {
+    if (!is_delimiter(line)) continue;
+    if (!read_converter_line(line, in)) break;
+    if (std::atoi(line) == 2477)
+      read_groups(in, line, groups);
+    else
+      skip_dataset(in, line);
+  }
+  groups.sort();
+  return groups;
+}
+
 } // namespace
 
 void convert_universal(const char *in_name, const char *out_name, CONVERT_FAULT &fault) {
   CONVERTER_FILES files(in_name, out_name);
+  const ELEMENT_GROUPS groups = read_universal_groups(files.in());
+  std::rewind(files.in());
+  report_mat_id_source(groups.empty() ? "element property numbers (dataset 2412)"
+                                      : "physical groups (dataset 2477)");
   char line[card_length + 2];
   while (read_converter_line(line, files.in())) {
     if (!is_delimiter(line)) continue;
@@ -125,7 +179,7 @@ void convert_universal(const char *in_name, const char *out_name, CONVERT_FAULT 
     if (dataset == 15 || dataset == 781 || dataset == 2411)
       ok = convert_nodes(files.in(), line, dataset, files.writer);
     else if (dataset == 780 || dataset == 2412)
-      ok = convert_elements(files.in(), line, dataset, files.writer, fault);
+      ok = convert_elements(files.in(), line, dataset, groups, files.writer, fault);
     else
       skip_dataset(files.in(), line);
     if (fault.error) return;
