@@ -3,6 +3,7 @@
 
 #include "job/memory.hpp"
 #include "job/report.hpp"
+#include "job/terminal.hpp"
 #include "materials/material_tables.hpp"
 
 #include <algorithm>
@@ -172,6 +173,19 @@ void bind_model_materials(MESHED_MODEL &part, bool scalar_regions) {
     element.potential_bits = static_cast<unsigned>(binding.potential_bits);
     element.conductor = (binding.mat->flags & mat_conducting) != 0;
     element.rgn = scalar_regions ? static_cast<unsigned>(binding.potential_bits) : 0u;
+  }
+}
+
+void warn_unused_materials(const MESHED_MODEL &first_part) {
+  std::vector<int> used_ids;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k) used_ids.push_back(part->v_elements[k].mat_id);
+  std::sort(used_ids.begin(), used_ids.end());
+  const MATERIAL_TABLES &tables = material_tables();
+  for (int k = 0; k < tables.no_mat_properties; ++k) {
+    const int id = tables.mat_properties[k].id;
+    if (!std::binary_search(used_ids.begin(), used_ids.end(), id))
+      write_terminal("warning: material %d is given in the input but no element of the mesh has it\n", id);
   }
 }
 
@@ -477,6 +491,36 @@ FACE_COUNTS count_faces(const MESHED_MODEL &part) {
     i = j;
   }
   return counts;
+}
+
+std::vector<std::pair<int, int>> find_region_neighbours(const MESHED_MODEL &part) {
+  // Each face once per element that has it, with that element's material id; a face shared by
+  // two elements sorts next to its twin.
+  std::vector<std::pair<std::array<int, 4>, int>> faces;
+  int indices[max_element_nodes];
+  int nodes[max_face_nodes];
+  for (int k = 0; k < part.no_v_elements; ++k) {
+    const V_ELEMENT &element = part.v_elements[k];
+    element_node_indices(part, element.nodes, element.type->no_nodes, indices);
+    for (int f = 0; f < element.type->no_faces; ++f) {
+      const S_ELEMENT_TYPE &kind = face_nodes(*element.type, indices, f, 0, 1, nodes);
+      std::array<int, 4> key;
+      key.fill(-1);
+      for (int c = 0; c < kind.no_corners; ++c) key[static_cast<std::size_t>(c)] = nodes[c];
+      sort_corners(key, kind.no_corners);
+      faces.emplace_back(key, element.mat_id);
+    }
+  }
+  std::sort(faces.begin(), faces.end());
+  std::vector<std::pair<int, int>> pairs;
+  for (std::size_t i = 0; i + 1 < faces.size(); ++i) {
+    if (faces[i].first != faces[i + 1].first || faces[i].second == faces[i + 1].second) continue;
+    pairs.emplace_back(std::min(faces[i].second, faces[i + 1].second),
+                       std::max(faces[i].second, faces[i + 1].second));
+  }
+  std::sort(pairs.begin(), pairs.end());
+  pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+  return pairs;
 }
 
 } // namespace tesmora

@@ -5,12 +5,18 @@
 #include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
 
+#include <utility>
+#include <vector>
+
 namespace tesmora {
 
 // Points every volume element at its material and takes the material's region and conductor
 // flag; an unknown id ends the job with "***** mat_property %d is not found to v_element %d ".
 // With scalar_regions on, the material's POTENTIAL makes the element a potential-only region.
 void bind_model_materials(MESHED_MODEL &part, bool scalar_regions);
+// Warns on the terminal of every material of the table that no volume element of any part of
+// the chain has: legal input, but usually a mistyped id in the deck or the mesh.
+void warn_unused_materials(const MESHED_MODEL &first_part);
 
 // Makes the edges of a part: each edge runs as the first element that meets it, in element
 // order, sees it locally. Elements of potential-only regions get none.
@@ -32,5 +38,9 @@ struct FACE_COUNTS {
   long long outer_faces = 0;
 };
 FACE_COUNTS count_faces(const MESHED_MODEL &part);
+
+// The pairs of material ids (first < second, sorted, each once) whose volume elements share a
+// face somewhere in the part.
+std::vector<std::pair<int, int>> find_region_neighbours(const MESHED_MODEL &part);
 
 } // namespace tesmora

@@ -52,6 +52,7 @@ void pre_processing() {
     if (control.PRE_PROCESSING > 0) {
       for (MESHED_MODEL *part = &model; part; part = part->next)
         bind_model_materials(*part, job_scalar_regions(control));
+      warn_unused_materials(model);
       make_element_matrices(model, element_matrix_options(control));
       make_model(model, boundary_data(), control.TREE_GAUGE, job_scalar_regions(control));
       for (MESHED_MODEL *part = &model; part; part = part->next) compute_element_geometry(*part);

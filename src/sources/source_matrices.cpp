@@ -8,15 +8,19 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/terminal.hpp"
 #include "materials/magnetic_property.hpp"
 #include "materials/material_tables.hpp"
 #include "mesh/model.hpp"
+#include "mesh/model_building.hpp"
 #include "sources/coil_cards.hpp"
 #include "sources/external_field.hpp"
 #include "sources/field_sources.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace tesmora {
@@ -41,6 +45,39 @@ bool coil_reaches_a_region(const MESHED_MODEL &first_part, int coil_potential) {
     for (int k = 0; k < part->no_v_elements; ++k)
       if (region_carries_coil(part->v_elements[k].potential_bits, coil_potential)) return true;
   return false;
+}
+
+// The material id pairs that share a face, over all parts of the chain.
+std::vector<std::pair<int, int>> chain_region_neighbours(const MESHED_MODEL &first_part) {
+  std::vector<std::pair<int, int>> pairs;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next) {
+    const std::vector<std::pair<int, int>> more = find_region_neighbours(*part);
+    pairs.insert(pairs.end(), more.begin(), more.end());
+  }
+  std::sort(pairs.begin(), pairs.end());
+  pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+  return pairs;
+}
+
+// Warns of every region that does not carry the coil's field while a region it shares faces with
+// does: the coil's field then stops at their interface, which is rarely what the deck meant.
+void warn_regions_left_out(const FIELD_SOURCE &source, const std::vector<std::pair<int, int>> &neighbours) {
+  const int coil_potential = source.external->potential_option;
+  auto carries = [&](int mat_id) {
+    return region_carries_coil(find_mat_property(mat_id)->potential_flags & 3, coil_potential);
+  };
+  std::vector<int> left_out;
+  for (const auto &[a, b] : neighbours) {
+    if (carries(a) && !carries(b)) left_out.push_back(b);
+    if (carries(b) && !carries(a)) left_out.push_back(a);
+  }
+  std::sort(left_out.begin(), left_out.end());
+  left_out.erase(std::unique(left_out.begin(), left_out.end()), left_out.end());
+  for (const int region : left_out)
+    write_terminal(
+        "warning: region %d does not carry the POTENTIAL %d of COIL source %d, but its neighbours do: "
+        "the coil's field is left out of it\n",
+        region, coil_potential, source.series_no);
 }
 
 // The chain index of every edge: the parts' edges one after the other.
@@ -172,6 +209,8 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
     sources.inductances = calloc_double(static_cast<std::uint64_t>(n) * n, "field_sources.inductance");
   const COIL_EVALUATION evaluation{coil_options(), nullptr};
   double *work = calloc_double(static_cast<std::uint64_t>(no_unknowns), "work");
+  std::vector<std::pair<int, int>> neighbours;
+  bool neighbours_found = false;
   for (int s = 0; s < n; ++s) {
     FIELD_SOURCE &source = sources.data[s];
     // A moving coil without a circuit gets its column at each step, not here.
@@ -195,6 +234,13 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
                          "nowhere. ****\n";
       write_report(output, note, source.series_no, source.external->potential_option);
       write_check(note, source.series_no, source.external->potential_option);
+      write_terminal("warning: COIL source series %d: no region has its POTENTIAL %d, so its field enters "
+                     "nowhere\n",
+                     source.series_no, source.external->potential_option);
+    } else {
+      if (!neighbours_found) neighbours = chain_region_neighbours(first_part);
+      neighbours_found = true;
+      warn_regions_left_out(source, neighbours);
     }
     write_report(
         output,
