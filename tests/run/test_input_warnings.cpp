@@ -1,0 +1,113 @@
+// The "warning: " lines a whole run prints on its terminal for legal input that is probably not
+// what was meant, and that the example decks print none of them.
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+using namespace tesmora::testing;
+
+namespace {
+
+// A folder holding example `name`'s mesh and `deck` as its input file.
+void set_up_example(const TempDir &folder, const std::string &name, const std::string &deck) {
+  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
+                             folder.file("pre_geom.nas"));
+  write_file(folder.file("input"), deck);
+}
+
+// `deck` with its first `from` replaced by `to`; the test fails when `from` isn't there.
+std::string replaced(std::string deck, const std::string &from, const std::string &to) {
+  const std::size_t at = deck.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  if (at != std::string::npos) deck.replace(at, from.size(), to);
+  return deck;
+}
+
+// The terminal lines that start with "warning: ".
+std::vector<std::string> warnings_of(const std::string &terminal) {
+  std::vector<std::string> found;
+  for (const std::string &line : split_lines(terminal))
+    if (line.rfind("warning: ", 0) == 0) found.push_back(line);
+  return found;
+}
+
+// The warnings go to the terminal only: none of the job's text files holds one.
+void expect_no_warning_in_files(const TempDir &folder) {
+  for (const char *name : {"output", "check", "stderr", "output.json"})
+    EXPECT_EQ(read_file(folder.file(name)).find("warning: "), std::string::npos) << name;
+}
+
+// The static example's material card of region 10 (the iron) and its coil card.
+constexpr const char *iron_row = "\n10 1 0 0.0 1000.0 0 0 0 0\n";
+constexpr const char *coil_card = "\nCOIL 1 1 1 0 0 0\n";
+
+} // namespace
+
+TEST(InputWarnings, AMaterialNoElementHasIsNamed) {
+  // The static mesh has regions 1 to 20; a 21st row and a 22nd row are given for nothing.
+  std::string deck = replaced(example_deck("static"), "\n20 0 0\n", "\n22 0 0\n");
+  deck = replaced(deck, "\n20 1 0 0.0 1.0 0 0 0 0\n",
+                  "\n20 1 0 0.0 1.0 0 0 0 0\n22 1 0 0.0 1.0 0 0 0 0\n21 1 0 0.0 1.0 0 0 0 0\n");
+  TempDir folder;
+  set_up_example(folder, "static", deck);
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 0) << run.stdout_text;
+  // One line each, in the order of the material table.
+  EXPECT_EQ(warnings_of(run.stdout_text),
+            (std::vector<std::string>{
+                "warning: material 22 is given in the input but no element of the mesh has it",
+                "warning: material 21 is given in the input but no element of the mesh has it"}));
+  expect_no_warning_in_files(folder);
+  // "-q" silences the warnings with the rest of the terminal.
+  TempDir quiet;
+  set_up_example(quiet, "static", deck);
+  EXPECT_EQ(run_batch(quiet.path(), {"-q"}).stdout_text, "");
+}
+
+TEST(InputWarnings, ARegionWithoutTheCoilsPotentialAmongRegionsThatCarryItIsNamed) {
+  // The coil's POTENTIAL 0 stands for 1, the POTENTIAL of every region; the iron (10), which
+  // sits inside the air regions, is given POTENTIAL 0 and so loses the coil's field.
+  const std::string deck = replaced(example_deck("static"), iron_row, "\n10 0 0 0.0 1000.0 0 0 0 0\n");
+  TempDir folder;
+  set_up_example(folder, "static", deck);
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 0) << run.stdout_text;
+  EXPECT_EQ(
+      warnings_of(run.stdout_text),
+      std::vector<std::string>{"warning: region 10 does not carry the POTENTIAL 1 of COIL source 1, but its "
+                               "neighbours do: the coil's field is left out of it"});
+  expect_no_warning_in_files(folder);
+}
+
+TEST(InputWarnings, ACoilWhosePotentialNoRegionHasIsToldOnTheTerminalToo) {
+  // Coil POTENTIAL 2 while every region has 1: no region carries the coil, so no region is
+  // singled out, and the report note stands as before.
+  const std::string deck = replaced(example_deck("static"), coil_card, "\nCOIL 1 1 1 0 0 2\n");
+  TempDir folder;
+  set_up_example(folder, "static", deck);
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 0) << run.stdout_text;
+  EXPECT_EQ(warnings_of(run.stdout_text),
+            std::vector<std::string>{
+                "warning: COIL source series 1: no region has its POTENTIAL 2, so its field enters nowhere"});
+  const std::string note =
+      "**** COIL source series 1: no region has its POTENTIAL 2, so its field enters nowhere. ****\n";
+  EXPECT_NE(read_file(folder.file("output")).find(note), std::string::npos);
+  EXPECT_NE(read_file(folder.file("check")).find(note), std::string::npos);
+  expect_no_warning_in_files(folder);
+}
+
+TEST(InputWarnings, TheExampleDecksPrintNone) {
+  for (const char *name : {"sphere", "shell", "coil_plate", "static"}) {
+    SCOPED_TRACE(name);
+    TempDir folder;
+    set_up_example(folder, name, example_deck(name));
+    const BATCH_RUN run = run_batch(folder.path(), {});
+    EXPECT_EQ(run.exit_status, 0) << run.stdout_text;
+    EXPECT_EQ(warnings_of(run.stdout_text), std::vector<std::string>{}) << run.stdout_text;
+  }
+}
