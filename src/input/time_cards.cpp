@@ -3,6 +3,7 @@
 #include "input/card_reader.hpp"
 #include "input/control_cards.hpp"
 #include "job/report.hpp"
+#include "job/terminal.hpp"
 
 #include <cstdlib>
 #include <numbers>
@@ -75,8 +76,11 @@ void read_frequency_cards(FFILE *file, CONTROL_DATA &c) {
     w.frequency_interval = r[2];
     w.no_frequencies = v[0];
   } else {
-    // Older inputs take the frequency from the first sine time evolution.
+    // Older inputs take the frequency from the first sine time evolution; a value given here
+    // counts for nothing, which its writer may not know.
     read_card(file, "%d", "* FREQUENCY *\n", &v[0]);
+    if (v[0] != 0)
+      write_terminal("warning: %s = %d is ignored by input release %s\n", "FREQUENCY", v[0], c.release_text);
   }
   read_phase_card(file, c);
 }

@@ -111,3 +111,32 @@ TEST(InputWarnings, TheExampleDecksPrintNone) {
     EXPECT_EQ(warnings_of(run.stdout_text), std::vector<std::string>{}) << run.stdout_text;
   }
 }
+
+TEST(InputWarnings, AFrequencyTheInputReleaseIgnoresIsNamed) {
+  // Before release 7.9 the frequency card is one integer that is read and dropped (the job's
+  // frequency comes from the first sine); the AC example's card read so gives 50. AC jobs stop
+  // at the solve in this build, after the input is read.
+  struct CASE {
+    const char *release;
+    const char *frequency_card;
+    std::vector<std::string> expected;
+  };
+  const CASE cases[] = {
+      {"r7.0", "50.0 0.0 0.0 0", {"warning: FREQUENCY = 50 is ignored by input release r7.0"}},
+      {"R7.85", "50", {"warning: FREQUENCY = 50 is ignored by input release R7.85"}},
+      {"r7.0", "0", {}},               // nothing given, nothing lost
+      {"r12.0", "50.0 0.0 0.0 0", {}}, // the card of a current release is read whole
+  };
+  for (const CASE &c : cases) {
+    SCOPED_TRACE(std::string(c.release) + " " + c.frequency_card);
+    std::string deck = replaced(example_deck("ac"), "\nr12.0\n", std::string("\n") + c.release + "\n");
+    deck = replaced(deck, "\n50.0 0.0 0.0 0\n", std::string("\n") + c.frequency_card + "\n");
+    TempDir folder;
+    set_up_example(folder, "ac", deck);
+    const BATCH_RUN run = run_batch(folder.path(), {});
+    EXPECT_NE(read_file(folder.file("check")).find("The AC analysis is not part of this build"),
+              std::string::npos);
+    EXPECT_EQ(warnings_of(run.stdout_text), c.expected) << run.stdout_text;
+    expect_no_warning_in_files(folder);
+  }
+}
