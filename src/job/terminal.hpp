@@ -2,8 +2,9 @@
 //
 // The files of a job (output, check, stderr, output.json) hold the record of the run; the
 // terminal gets a short running account for the person who started it: each stage's wall time
-// in milliseconds, each linear solve's iterations and residual, every fatal message, and one
-// closing line with the exit status, wall time and memory peaks. "-q" silences all of it.
+// in milliseconds, each linear solve's iterations and residual, every fatal message, a
+// "warning: " line for input that is legal but probably not meant, and one closing line with the
+// exit status, wall time and memory peaks. "-q" silences all of it.
 // Nothing else in the program prints on standard output but the release, the usage text and the
 // messages of the signal handler and the pool creation.
 #pragma once
