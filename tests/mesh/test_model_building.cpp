@@ -4,6 +4,7 @@
 #include "input/control_data_writable.hpp"
 #include "job/memory.hpp"
 #include "materials/material_tables.hpp"
+#include "mesh/element_catalogue.hpp"
 #include "mesh/gauss.hpp"
 #include "mesh/mesh_builder.hpp"
 #include "mesh/model_building.hpp"
@@ -18,6 +19,8 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
+#include <utility>
+#include <vector>
 
 using namespace tesmora;
 using namespace tesmora::testing;
@@ -352,4 +355,33 @@ TEST_F(ModelTest, ElementGeometryGivesCentresAndTheVolumeOfTheCube) {
       EXPECT_LT(first.center[d], 0.1 + 1e-12);
     }
   }
+}
+
+TEST_F(ModelTest, RegionNeighboursAreTheMaterialPairsThatShareAFace) {
+  // The hexahedral grid alternates materials 1 and 2 like a chequerboard; the tetrahedral one
+  // is all material 1, many shared faces but no pair.
+  model = MESH_BUILDER::hexahedra(3, 0.1).build();
+  EXPECT_EQ(find_region_neighbours(model), (std::vector<std::pair<int, int>>{{1, 2}}));
+  free_model_arrays(model);
+  model = MESH_BUILDER::tetrahedra(2, 0.1).build();
+  EXPECT_TRUE(find_region_neighbours(model).empty());
+  // Unit cubes by their low corners: A (material 1) at the origin, B (3) beside it along x,
+  // D (5) on top of B along y, E (1) on top of A along z, and C (2) touching A along an edge
+  // only. Faces are shared by A-B, B-D and A-E (one material); A-D, B-E and A-C share edges.
+  const V_ELEMENT_TYPE &hexa = *select_v_element_type(308, false, 1, 1, 0);
+  MESH_BUILDER cubes;
+  auto add_cube = [&](double x, double y, double z, int mat_id) {
+    std::vector<POINT> positions;
+    for (const POINT_3D &r : hexa.node_coordinates)
+      positions.push_back({x + (r[0] + 1) / 2, y + (r[1] + 1) / 2, z + (r[2] + 1) / 2});
+    cubes.add(hexa, positions, mat_id);
+  };
+  add_cube(0, 0, 0, 1);
+  add_cube(1, 0, 0, 3);
+  add_cube(-1, 1, 0, 2);
+  add_cube(1, 1, 0, 5);
+  add_cube(0, 0, 1, 1);
+  free_model_arrays(model);
+  model = cubes.build();
+  EXPECT_EQ(find_region_neighbours(model), (std::vector<std::pair<int, int>>{{1, 3}, {3, 5}}));
 }
