@@ -20,6 +20,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -59,9 +61,12 @@ std::vector<std::pair<int, int>> chain_region_neighbours(const MESHED_MODEL &fir
   return pairs;
 }
 
-// Warns of every region that does not carry the coil's field while a region it shares faces with
-// does: the coil's field then stops at their interface, which is rarely what the deck meant.
-void warn_regions_left_out(const FIELD_SOURCE &source, const std::vector<std::pair<int, int>> &neighbours) {
+// Stops a job in which a region that does not carry the coil's field shares faces with a region
+// that does. Across such a face the potential jumps by the coil's own A, and this build has no
+// interface terms for that jump: the coil's field would silently be left out of the region (in
+// iron, the whole magnetisation). The job is refused, naming the regions and the remedy.
+void stop_at_regions_left_out(const FIELD_SOURCE &source,
+                              const std::vector<std::pair<int, int>> &neighbours) {
   const int coil_potential = source.external->potential_option;
   auto carries = [&](int mat_id) {
     return region_carries_coil(find_mat_property(mat_id)->potential_flags & 3, coil_potential);
@@ -71,13 +76,18 @@ void warn_regions_left_out(const FIELD_SOURCE &source, const std::vector<std::pa
     if (carries(a) && !carries(b)) left_out.push_back(b);
     if (carries(b) && !carries(a)) left_out.push_back(a);
   }
+  if (left_out.empty()) return;
   std::sort(left_out.begin(), left_out.end());
   left_out.erase(std::unique(left_out.begin(), left_out.end()), left_out.end());
-  for (const int region : left_out)
-    write_terminal(
-        "warning: region %d does not carry the POTENTIAL %d of COIL source %d, but its neighbours do: "
-        "the coil's field is left out of it\n",
-        region, coil_potential, source.series_no);
+  std::string regions;
+  for (const int region : left_out) regions += (regions.empty() ? "" : ", ") + std::to_string(region);
+  char what[512];
+  std::snprintf(what, sizeof what,
+                "coupling of the field of COIL source %d across the faces of region%s %s, which lack%s its "
+                "POTENTIAL %d while a neighbour has it (give such regions the coil's POTENTIAL)",
+                source.series_no, left_out.size() > 1 ? "s" : "", regions.c_str(),
+                left_out.size() > 1 ? "" : "s", coil_potential);
+  stop_at_unbuilt(UNBUILT::work, what);
 }
 
 // The chain index of every edge: the parts' edges one after the other.
@@ -240,7 +250,7 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
     } else {
       if (!neighbours_found) neighbours = chain_region_neighbours(first_part);
       neighbours_found = true;
-      warn_regions_left_out(source, neighbours);
+      stop_at_regions_left_out(source, neighbours);
     }
     write_report(
         output,
