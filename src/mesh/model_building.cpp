@@ -465,9 +465,18 @@ void make_model(MESHED_MODEL &first_part, const BOUNDARY_DATA &boundary, int tre
   }
 }
 
-FACE_COUNTS count_faces(const MESHED_MODEL &part) {
-  FACE_COUNTS counts;
-  std::vector<std::array<int, 4>> keys;
+namespace {
+
+// Every face of every volume element, once per element that has it: its sorted corner key (unused
+// corners -1) and the element's position in the part. A face shared by two elements has two
+// entries with the same key.
+struct ELEMENT_FACE {
+  std::array<int, 4> key;
+  int element;
+};
+
+std::vector<ELEMENT_FACE> element_faces(const MESHED_MODEL &part) {
+  std::vector<ELEMENT_FACE> faces;
   int indices[max_element_nodes];
   int nodes[max_face_nodes];
   for (int k = 0; k < part.no_v_elements; ++k) {
@@ -475,13 +484,22 @@ FACE_COUNTS count_faces(const MESHED_MODEL &part) {
     element_node_indices(part, element.nodes, element.type->no_nodes, indices);
     for (int f = 0; f < element.type->no_faces; ++f) {
       const S_ELEMENT_TYPE &kind = face_nodes(*element.type, indices, f, 0, 1, nodes);
-      std::array<int, 4> key;
-      key.fill(-1);
-      for (int c = 0; c < kind.no_corners; ++c) key[static_cast<std::size_t>(c)] = nodes[c];
-      sort_corners(key, kind.no_corners);
-      keys.push_back(key);
+      ELEMENT_FACE face{.key = {}, .element = k};
+      face.key.fill(-1);
+      for (int c = 0; c < kind.no_corners; ++c) face.key[static_cast<std::size_t>(c)] = nodes[c];
+      sort_corners(face.key, kind.no_corners);
+      faces.push_back(face);
     }
   }
+  return faces;
+}
+
+} // namespace
+
+FACE_COUNTS count_faces(const MESHED_MODEL &part) {
+  FACE_COUNTS counts;
+  std::vector<std::array<int, 4>> keys;
+  for (const ELEMENT_FACE &face : element_faces(part)) keys.push_back(face.key);
   std::sort(keys.begin(), keys.end());
   for (std::size_t i = 0; i < keys.size();) {
     std::size_t j = i;
@@ -494,23 +512,10 @@ FACE_COUNTS count_faces(const MESHED_MODEL &part) {
 }
 
 std::vector<std::pair<int, int>> find_region_neighbours(const MESHED_MODEL &part) {
-  // Each face once per element that has it, with that element's material id; a face shared by
-  // two elements sorts next to its twin.
+  // Each face with its element's material id; a face shared by two elements sorts next to its twin.
   std::vector<std::pair<std::array<int, 4>, int>> faces;
-  int indices[max_element_nodes];
-  int nodes[max_face_nodes];
-  for (int k = 0; k < part.no_v_elements; ++k) {
-    const V_ELEMENT &element = part.v_elements[k];
-    element_node_indices(part, element.nodes, element.type->no_nodes, indices);
-    for (int f = 0; f < element.type->no_faces; ++f) {
-      const S_ELEMENT_TYPE &kind = face_nodes(*element.type, indices, f, 0, 1, nodes);
-      std::array<int, 4> key;
-      key.fill(-1);
-      for (int c = 0; c < kind.no_corners; ++c) key[static_cast<std::size_t>(c)] = nodes[c];
-      sort_corners(key, kind.no_corners);
-      faces.emplace_back(key, element.mat_id);
-    }
-  }
+  for (const ELEMENT_FACE &face : element_faces(part))
+    faces.emplace_back(face.key, part.v_elements[face.element].mat_id);
   std::sort(faces.begin(), faces.end());
   std::vector<std::pair<int, int>> pairs;
   for (std::size_t i = 0; i + 1 < faces.size(); ++i) {
