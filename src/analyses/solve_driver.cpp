@@ -19,6 +19,7 @@
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
+#include <cmath>
 #include <cstdint>
 
 namespace tesmora {
@@ -64,6 +65,12 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
                                                   equation.no_unknowns, solver_settings(), figures);
   stop_stop_watch(watches.solver);
   record_solve_result(result);
+  // A NaN in the system (a material or source value that isn't a number) makes every figure
+  // meaningless: the job stops rather than write a solution of NaNs.
+  if (std::isnan(result.error)) {
+    write_fault("Residual have NaN\n");
+    stop_job(1);
+  }
   if (result.judged) write_linear_solve(step, result.iterations, result.error, result.converged != 0);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
 }

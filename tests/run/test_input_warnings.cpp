@@ -1,5 +1,5 @@
-// The "warning: " lines a whole run prints on its terminal for legal input that is probably not
-// what was meant, and that the example decks print none of them.
+// What a whole run says on its terminal about input that is legal but probably not what was meant
+// ("warning: " lines, none for the example decks), and the input it refuses.
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -144,4 +144,18 @@ TEST(InputWarnings, AFrequencyTheInputReleaseIgnoresIsNamed) {
     EXPECT_EQ(warnings_of(run.stdout_text), c.expected) << run.stdout_text;
     expect_no_warning_in_files(folder);
   }
+}
+
+// A source current that isn't a number makes the whole system NaN: the job stops after the solve
+// instead of ending with status 0 and a solution of NaNs.
+TEST(InputWarnings, ASolveWithANaNResidualStopsTheJob) {
+  const std::string deck = replaced(example_deck("static"), "\nLOOP 1000.0 0.05 0.02 0.01 0.02\n",
+                                    "\nLOOP nan 0.05 0.02 0.01 0.02\n");
+  TempDir folder;
+  set_up_example(folder, "static", deck);
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 1) << run.stdout_text;
+  EXPECT_NE(read_file(folder.file("stderr")).find("Residual have NaN\n"), std::string::npos);
+  EXPECT_NE(read_file(folder.file("check")).find("Residual have NaN\n"), std::string::npos);
+  EXPECT_NE(run.stdout_text.find("Residual have NaN\n"), std::string::npos);
 }
