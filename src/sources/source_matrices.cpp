@@ -9,8 +9,11 @@
 #include "job/report.hpp"
 #include "job/run_files.hpp"
 #include "job/terminal.hpp"
+#include "materials/bh_curve.hpp"
 #include "materials/magnetic_property.hpp"
 #include "materials/material_tables.hpp"
+#include "mesh/element_transform.hpp"
+#include "mesh/gauss.hpp"
 #include "mesh/model.hpp"
 #include "mesh/model_building.hpp"
 #include "sources/coil_cards.hpp"
@@ -19,6 +22,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -109,16 +113,50 @@ void scatter_edge_row(const EDGE &edge, double value, double *work) {
       work[terms->terms[t].position - 1] += terms->terms[t].coefficient * value;
 }
 
-// y = K a for a packed symmetric matrix of n rows.
-void packed_product(const double *packed, int n, const double *a, double *y) {
-  for (int i = 0; i < n; ++i) y[i] = 0.0;
-  for (int i = 0; i < n; ++i) {
-    for (int j = 0; j < i; ++j) {
-      const double k = packed[packed_index(i, j)];
-      y[i] += k * a[j];
-      y[j] += k * a[i];
+// One element's rows of a coil's load column, in the element's local edge directions: the
+// integral of curl N_i . (nu0 I - nu) B_s. Elements whose reluctivity is nu0 (air) give zeros
+// without evaluating the coil.
+void element_source_load(const V_ELEMENT &element, const EXTERNAL_FIELD &field,
+                         const COIL_EVALUATION &evaluation, double *y, TRANSFORM_SCRATCH &scratch) {
+  const V_ELEMENT_TYPE &type = *element.type;
+  const int E = type.no_edges, N = type.no_nodes;
+  const ConductivityProperty &linear = *element.material->magnetic->linear;
+  double xyz[max_element_nodes][3];
+  for (int i = 0; i < N; ++i) {
+    xyz[i][0] = element.nodes[i]->x;
+    xyz[i][1] = element.nodes[i]->y;
+    xyz[i][2] = element.nodes[i]->z;
+  }
+  for (int i = 0; i < E; ++i) y[i] = 0.0;
+  const GAUSS_POINTS &points = gauss_points(type.gauss);
+  double inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
+  for (int q = 0; q < points.no_points; ++q) {
+    const double xi = points.p[0][q], eta = points.p[1][q], zeta = points.p[2][q];
+    MATERIAL_POINT point{&element, xi, eta, zeta, {}};
+    element_point(type, xyz, xi, eta, zeta, point.position, scratch);
+    double nu[9];
+    if (linear.scalar_type == 2) {
+      double complex_nu[18];
+      linear_reluctivity_complex(linear, point, complex_nu);
+      for (int m = 0; m < 9; ++m) nu[m] = complex_nu[2 * m];
+    } else {
+      linear_reluctivity(linear, point, nu);
     }
-    y[i] += packed[packed_index(i, i)] * a[i];
+    double difference[9];
+    bool zero = true;
+    for (int m = 0; m < 9; ++m) {
+      difference[m] = (m % 4 == 0 ? 1.0 / mu0 : 0.0) - nu[m];
+      zero = zero && std::fabs(difference[m]) <= 1e-12 / mu0;
+    }
+    if (zero) continue;
+    const double det = element_transform_edges(type, xyz, xi, eta, zeta, inverse, values, curls, scratch);
+    double B[3], H[3];
+    external_field_B(field, evaluation, point.position, B);
+    for (int r = 0; r < 3; ++r)
+      H[r] = difference[3 * r] * B[0] + difference[3 * r + 1] * B[1] + difference[3 * r + 2] * B[2];
+    const double weight = det * points.w[q];
+    for (int i = 0; i < E; ++i)
+      y[i] += weight * (curls[i][0] * H[0] + curls[i][1] * H[1] + curls[i][2] * H[2]);
   }
 }
 
@@ -181,30 +219,38 @@ void external_field_source_A_on_edges(FIELD_SOURCE &source, const MESHED_MODEL &
 
 void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
                                           double *work) {
-  ELEMENT_MATRIX_OPTIONS options;
-  options.source_reluctivity = true;
-  auto *matrices = static_cast<ELEMENT_MATRICES *>(calloc_named(1, sizeof(ELEMENT_MATRICES), "work"));
-  TRANSFORM_SCRATCH scratch;
+  // Row i of the column is the integral over the carrying regions of curl N_i . (nu0 I - nu) B_s,
+  // with the coil's B_s evaluated by Biot-Savart at each Gauss point. The curl of the edge
+  // interpolant of A_s would do in air but not in iron: it differs from B_s by O(h grad B_s), and
+  // that difference is not curl-free, so it acts as a spurious current inside the iron whose
+  // field grows with mu_r. The exact B_s is curl-free wherever the coil has no current.
   const int coil_potential = source.external->potential_option;
-  const std::vector<int> offsets = part_offsets(first_part);
-  std::size_t p = 0;
-  double a[max_element_edges], y[max_element_edges], sign[max_element_edges];
-  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
-    for (int k = 0; k < part->no_v_elements; ++k) {
-      const V_ELEMENT &element = part->v_elements[k];
-      if (!element_takes_part(element, coil_potential)) continue;
-      element_matrices(element, options, *matrices, scratch);
-      if (matrices->h_count == 0) continue;
-      const int n = element.type->no_edges;
-      for (int i = 0; i < n; ++i) {
-        sign[i] = ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0;
-        const EDGE *edge = element.edges[i];
-        a[i] = sign[i] * source.A_source[offsets[p] + (edge - part->edges)];
-      }
-      packed_product(matrices->h, n, a, y);
-      for (int i = 0; i < n; ++i) scatter_edge_row(*element.edges[i], sign[i] * y[i], work);
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  const EXTERNAL_FIELD &field = *source.external;
+  // Elements in parallel (the coil field dominates), summed into the column in element order.
+  std::vector<const V_ELEMENT *> taking_part;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k)
+      if (element_takes_part(part->v_elements[k], coil_potential))
+        taking_part.push_back(&part->v_elements[k]);
+  const int count = static_cast<int>(taking_part.size());
+  std::vector<double> rows(static_cast<std::size_t>(count) * max_element_edges, 0.0);
+#pragma omp parallel
+  {
+    TRANSFORM_SCRATCH scratch;
+#pragma omp for schedule(dynamic, 64)
+    for (int k = 0; k < count; ++k)
+      element_source_load(*taking_part[static_cast<std::size_t>(k)], field, evaluation,
+                          rows.data() + static_cast<std::size_t>(k) * max_element_edges, scratch);
+  }
+  for (int k = 0; k < count; ++k) {
+    const V_ELEMENT &element = *taking_part[static_cast<std::size_t>(k)];
+    const double *y = rows.data() + static_cast<std::size_t>(k) * max_element_edges;
+    for (int i = 0; i < element.type->no_edges; ++i) {
+      const double sign = ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0;
+      scatter_edge_row(*element.edges[i], sign * y[i], work);
     }
-  free_named(matrices, "work");
+  }
 }
 
 void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {

@@ -1,8 +1,8 @@
-// Load columns of the field sources. A coil enters the system through its own vector potential:
-// the circulation of its A along each edge of the regions that carry the coil's field
-// (`A_source`), coupled into the unknowns by the curl-curl terms of reluctivity 1/mu0 - nu.
-// With B = curl A_r + B_coil in those regions, the reaction potential A_r then satisfies
-// curl nu curl A_r = curl (1/mu0 - nu) B_coil.
+// Load columns of the field sources. A coil enters the regions that carry its field through its
+// own B: with B = curl A_r + B_coil there, the reaction potential A_r satisfies
+// curl nu curl A_r = curl (1/mu0 - nu) B_coil, whose weak right-hand side is the integral of
+// curl N . (1/mu0 - nu) B_coil, with B_coil by Biot-Savart at the Gauss points. The coil's A on
+// the edges (`A_source`) is kept for the inductances.
 #pragma once
 
 #include "job/ffile.hpp"
@@ -28,8 +28,8 @@ inline bool region_carries_coil(int potential_bits, int coil_potential) {
 void external_field_source_A_on_edges(FIELD_SOURCE &source, const MESHED_MODEL &first_part,
                                       const COIL_EVALUATION &evaluation);
 
-// work (no_unknowns, 0-based) += the coupling of the unknowns with the coil edges times
-// source.A_source, element by element over the regions that carry the coil's field.
+// work (no_unknowns, 0-based) += the integral of curl N_i . (1/mu0 - nu) B_coil over the elements
+// of the regions that carry the coil's field (air elements add nothing and cost nothing).
 void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
                                           double *work);
 
