@@ -29,6 +29,8 @@ enum POST_CODE {
   post_surface_J_nodes = 12,
   post_heat_elements = 13,
   post_heat_surface_elements = 14,
+  post_regularization_potential_nodes = 15,
+  post_regularization_field_elements = 16,
   post_E_elements = 17,
   post_E_nodes = 18,
 };

@@ -2,6 +2,7 @@
 // the analysis (one table row per matrix), the sources' load columns and the saved numbering.
 #include "run/stages.hpp"
 
+#include "analyses/regularization.hpp"
 #include "analyses/solutions_file.hpp"
 #include "equations/assembly.hpp"
 #include "equations/matrix_profile.hpp"
@@ -178,7 +179,15 @@ void write_system_matrix_table(std::FILE *output, int no_unknowns, int no_entrie
 // or a later one.
 void save_sources_and_numbering(MESHED_MODEL &model, int no_unknowns) {
   RUN_FILES &files = run_files();
-  make_source_matrices(model, no_unknowns);
+  // The nodal problem of the regularization, on the final numbering; made once the system
+  // matrices are written and freed, and kept only while the columns are made.
+  REGULARIZATION_WORK *regularization = solver_settings().cg_iteration.regularization != 0
+                                            ? make_regularization_work(model, no_unknowns)
+                                            : nullptr;
+  COLUMN_PROJECTION project;
+  if (regularization) project = [&](double *column) { regularize(column, *regularization, model); };
+  make_source_matrices(model, no_unknowns, project);
+  free_regularization_work(&regularization);
   open_ffile(files.source_matrix, "w");
   save_sources(files.source_matrix, chain_edge_count(model));
   close_ffile(files.source_matrix);

@@ -253,7 +253,7 @@ void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESH
   }
 }
 
-void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
+void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns, const COLUMN_PROJECTION &project) {
   FIELD_SOURCES &sources = field_sources_writable();
   const CONTROL_DATA &control = control_data();
   std::FILE *output = run_files().print_out->stream;
@@ -282,6 +282,7 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns) {
     for (int i = 0; i < no_unknowns; ++i) work[i] = 0.0;
     load_vector_by_external_field_source(source, first_part, work);
     for (int i = 0; i < no_unknowns; ++i) work[i] *= sources.region_factor;
+    if (project) project(work);
     free_sparse_vector(&source.source_vector);
     source.source_vector = make_sparse_vector(no_unknowns, work);
     if (!coil_reaches_a_region(first_part, source.external->potential_option)) {

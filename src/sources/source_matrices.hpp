@@ -7,6 +7,8 @@
 
 #include "job/ffile.hpp"
 
+#include <functional>
+
 namespace tesmora {
 
 struct MESHED_MODEL;
@@ -35,7 +37,10 @@ void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESH
 
 // The load column of every source (a COIL unless the job sets no coil field), the resistances and,
 // with CALC_IND, the inductances. Reports the two timing lines of the coil steps to `output`.
-void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns);
+// `project`, when given, is applied to each dense column before it is packed (the regularization).
+using COLUMN_PROJECTION = std::function<void(double *column)>;
+void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns,
+                          const COLUMN_PROJECTION &project = {});
 
 // The source_matrix file: per source its series number, a flag and its load column, the
 // A_source of a coil, then the resistances and the inductances. load_sources stops the job when

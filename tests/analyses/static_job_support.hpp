@@ -10,6 +10,7 @@ namespace tesmora::testing {
 struct STATIC_DECK {
   std::string stages = "1 1\n1 1"; // PRE_PROCESSING MAKE_SYSTEM_MATRICES / SOLVE_EQUATION POST_PROCESSING
   int tree_gauge = 0;
+  int regularization = 0;              // REGULARIZATION
   int far_boundary = 0;                // 0 fixed, 1 natural
   std::vector<std::string> bn0_planes; // "CX CY CZ C"
   std::vector<std::string>

@@ -160,14 +160,18 @@ MESH_BUILDER MESH_BUILDER::pyramids(int n, double h) {
   return b;
 }
 
-int number_natural_model(MESHED_MODEL &model, int tree_gauge, bool uses_phi) {
+int number_model(MESHED_MODEL &model, int far_boundary_condition, int tree_gauge, bool uses_phi) {
   BOUNDARY_DATA boundary;
-  boundary.far_boundary_condition = 1;
+  boundary.far_boundary_condition = far_boundary_condition;
   make_model(model, boundary, tree_gauge, false);
   VARIABLE_OPTIONS variables;
-  variables.far_boundary_condition = 1;
+  variables.far_boundary_condition = far_boundary_condition;
   variables.uses_phi = uses_phi;
   return make_variables(model, variables);
+}
+
+int number_natural_model(MESHED_MODEL &model, int tree_gauge, bool uses_phi) {
+  return number_model(model, 1, tree_gauge, uses_phi);
 }
 
 } // namespace tesmora::testing

@@ -43,5 +43,8 @@ private:
 // the given tree (-1: none, so every edge is an unknown) and numbers its unknowns; returns their
 // count.
 int number_natural_model(MESHED_MODEL &model, int tree_gauge = -1, bool uses_phi = false);
+// The same with the outer faces fixed (far boundary condition 0: their edges are no unknowns) or
+// natural (1).
+int number_model(MESHED_MODEL &model, int far_boundary_condition, int tree_gauge = -1, bool uses_phi = false);
 
 } // namespace tesmora::testing
