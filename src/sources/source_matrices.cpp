@@ -88,7 +88,8 @@ void stop_at_regions_left_out(const FIELD_SOURCE &source,
   char what[512];
   std::snprintf(what, sizeof what,
                 "coupling of the field of COIL source %d across the faces of region%s %s, which lack%s its "
-                "POTENTIAL %d while a neighbour has it (give such regions the coil's POTENTIAL)",
+                "POTENTIAL %d while a neighbour has it (the coil's field would be missing there; give such "
+                "regions the coil's POTENTIAL, which is exact in iron too)",
                 source.series_no, left_out.size() > 1 ? "s" : "", regions.c_str(),
                 left_out.size() > 1 ? "" : "s", coil_potential);
   stop_at_unbuilt(UNBUILT::work, what);

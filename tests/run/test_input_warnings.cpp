@@ -80,8 +80,9 @@ TEST(InputWarnings, ARegionWithoutTheCoilsPotentialAmongRegionsThatCarryItIsRefu
   EXPECT_EQ(run.exit_status, 1) << run.stdout_text;
   const std::string message =
       "**** The coupling of the field of COIL source 1 across the faces of region 10, which lacks its "
-      "POTENTIAL 1 while a neighbour has it (give such regions the coil's POTENTIAL) is not part of this "
-      "build of the program. Job is stopped. ****\n";
+      "POTENTIAL 1 while a neighbour has it (the coil's field would be missing there; give such regions the "
+      "coil's POTENTIAL, which is exact in iron too) is not part of this build of the program. Job is "
+      "stopped. ****\n";
   EXPECT_NE(read_file(folder.file("stderr")).find(message), std::string::npos);
   EXPECT_NE(read_file(folder.file("check")).find(message), std::string::npos);
   EXPECT_NE(run.stdout_text.find(message), std::string::npos) << run.stdout_text;
