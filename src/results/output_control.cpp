@@ -74,6 +74,7 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
                                                   {post.FORCE_J_B, "FORCE_J_B"},
                                                   {post.FORCE_NODAL, "FORCE_NODAL"},
                                                   {post.DISP, "DISP"},
+                                                  {post.ELEM, "ELEM"},
                                                   {post.HEAT, "HEAT"},
                                                   {post.MAGNETIZATION, "MAGNETIZATION"},
                                                   {post.IRON_LOSS, "IRON_LOSS"},
