@@ -145,5 +145,164 @@ TEST(CoilInIron, LoopOverAThickWideDiscGivesTheHalfSpaceField) {
   EXPECT_NE(read_file(dir.file("stderr")).find(message), std::string::npos);
 }
 
+// --- The C-core --------------------------------------------------------------------------------
+
+// The core of c_core.geo: square section s, outer width W along x; the left limb 0 <= x <= s
+// carries the coil, the right limb W - s <= x <= W the gap, both centred on y = 0 and cut by the
+// symmetry plane z = 0.
+constexpr double core_s = 0.02, core_w = 0.1;
+constexpr int core_levels = 4;
+
+// A RECT coil of 1000 ampere-turns about the left limb, centred on it at z = 0: straight sides of
+// the limb's width 0.02 m between corner centres, corner radius 0.007 m, a 0.006 m by 0.03 m
+// section, 0.004 m clear of the limb. y = 0 carries no normal B (the coil's currents cross it at
+// right angles), and z = 0 no tangential H (its currents run parallel to it, mirrored).
+STATIC_DECK c_core_deck() {
+  STATIC_DECK deck;
+  deck.tree_gauge = -1;
+  deck.iccg_conv = 1e-8;
+  deck.bn0_planes = {"0.0 1.0 0.0 0.0"};
+  deck.ht0_planes = {"0.0 0.0 1.0 0.0"};
+  char iron[128];
+  std::snprintf(iron, sizeof iron, "1 1 0 0.0 %g 0 0 0 0", mu_r);
+  deck.materials = {iron, "2 1 0 0.0 1.0 0 0 0 0"};
+  deck.coil_elements = "RECT 1000.0 0\n0.01 0.0 0.0 0.02 0.02 0.007 0.006 0.03";
+  return deck;
+}
+
+struct CORE_LEVEL {
+  TET_MESH mesh;
+  std::map<int, std::array<double, 6>> elements;
+};
+
+// Fluxes (Wb, of the quarter model) through the plane z = 0: the limb inside the coil, the gap's
+// mid-plane, and the rest of the plane, all air, which carries the leakage back.
+struct CUT_FLUXES {
+  double limb = 0.0, gap = 0.0, leakage = 0.0;
+};
+
+CUT_FLUXES cut_fluxes(const CORE_LEVEL &level) {
+  CUT_FLUXES f;
+  for (const PLANE_FACE &face : faces_in_plane_z(level.mesh, 0.0, 1e-9)) {
+    const double flux = level.elements.at(level.mesh.numbers[face.tet])[2] * face.area;
+    const double x = face.centroid[0], y = face.centroid[1];
+    if (level.mesh.properties[face.tet] == 1)
+      f.limb += flux;
+    else if (x > core_w - core_s && x < core_w && y < 0.5 * core_s)
+      f.gap += flux;
+    else
+      f.leakage += flux;
+  }
+  return f;
+}
+
+// The fixed outer faces of the air box stop the reaction field's normal B but not the coil's own:
+// the coil's flux through z = 0 beyond the box (x < -0.15, x > 0.25 or y > 0.2 m, as in c_core.geo)
+// closes through the outer faces, so inside the box limb + gap + leakage = minus that flux. It is
+// taken here from the coil's far field, a dipole of moment N I times the area of the coil's mean
+// path at the limb's centre (0.01, 0, 0), whose B_z in its equatorial plane is
+// -mu0 m / (4 pi r^3); over the plane beyond the box that is -mu0 m / (4 pi) times the integral over
+// the azimuth of 1 / r_box, r_box the distance to the box's edge. Half of it crosses the quarter
+// model's y >= 0.
+double coil_flux_beyond_box() {
+  const double pi = 3.14159265358979323846, mu0 = 4.0e-7 * pi;
+  const double side = 0.02 + 2.0 * 0.007, radius = 0.007; // the mean path: a square with round corners
+  const double m = 1000.0 * (side * side - (4.0 - pi) * radius * radius);
+  const double xc = 0.01, x0 = -0.15, x1 = 0.25, y1 = 0.2;
+  const int n = 20000;
+  double sum = 0.0;
+  for (int i = 0; i < n; ++i) {
+    const double theta = 2.0 * pi * (i + 0.5) / n, c = std::cos(theta), s = std::sin(theta);
+    const double to_x = c > 0.0 ? (x1 - xc) / c : (x0 - xc) / c;
+    const double to_y = y1 / std::fabs(s);
+    sum += 2.0 * pi / n / std::min(to_x, to_y);
+  }
+  return 0.5 * (-mu0 * m / (4.0 * pi) * sum);
+}
+
+// The L2 norm, over the iron [0] and over the air [1] of the finest mesh, of the difference
+// between B of level k and of level k + 1, both taken at the finest mesh's centroids, divided by
+// the norm of the finest B over the same material.
+struct LEVEL_CHANGES {
+  std::array<std::vector<double>, 2> change;
+};
+
+std::vector<std::vector<std::array<double, 3>>>
+fields_at_finest_centroids(const std::vector<CORE_LEVEL> &levels) {
+  const TET_MESH &finest = levels.back().mesh;
+  std::vector<std::vector<std::array<double, 3>>> fields(levels.size());
+  for (std::size_t k = 0; k < levels.size(); ++k) {
+    const TetLocator locator(levels[k].mesh);
+    for (std::size_t t = 0; t < finest.size(); ++t) {
+      const long at = k + 1 == levels.size() ? static_cast<long>(t) : locator.find(finest.centroid(t));
+      EXPECT_GE(at, 0) << "centroid of element " << finest.numbers[t] << " not in level " << k;
+      const std::array<double, 6> &B =
+          levels[k].elements.at(levels[k].mesh.numbers[static_cast<std::size_t>(std::max(0L, at))]);
+      fields[k].push_back({B[0], B[1], B[2]});
+    }
+  }
+  return fields;
+}
+
+LEVEL_CHANGES level_changes(const std::vector<CORE_LEVEL> &levels) {
+  const TET_MESH &finest = levels.back().mesh;
+  const auto fields = fields_at_finest_centroids(levels);
+  LEVEL_CHANGES c;
+  std::array<double, 2> norm2{};
+  for (std::size_t t = 0; t < finest.size(); ++t) {
+    const std::array<double, 3> &B = fields.back()[t];
+    norm2[finest.properties[t] == 1 ? 0 : 1] += finest.volume(t) * (B[0] * B[0] + B[1] * B[1] + B[2] * B[2]);
+  }
+  for (std::size_t k = 0; k + 1 < levels.size(); ++k) {
+    std::array<double, 2> diff2{};
+    for (std::size_t t = 0; t < finest.size(); ++t) {
+      const std::array<double, 3> &a = fields[k][t], &b = fields[k + 1][t];
+      const double d2 =
+          (a[0] - b[0]) * (a[0] - b[0]) + (a[1] - b[1]) * (a[1] - b[1]) + (a[2] - b[2]) * (a[2] - b[2]);
+      diff2[finest.properties[t] == 1 ? 0 : 1] += finest.volume(t) * d2;
+    }
+    for (std::size_t m = 0; m < 2; ++m) c.change[m].push_back(std::sqrt(diff2[m] / norm2[m]));
+  }
+  return c;
+}
+
+// The core on four meshes, each element size 2^(-1/2) times the last. Through the plane z = 0 the
+// limb's flux comes back through the gap and the air within 2 % on every mesh, and from mesh to
+// mesh B changes in the iron by a factor at least as small as in the air.
+TEST(CoilInIron, CCoreConvergesInTheIronAndItsFluxBalances) {
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<CORE_LEVEL> levels;
+  const double beyond = coil_flux_beyond_box();
+  for (int level = 0; level < core_levels; ++level) {
+    SCOPED_TRACE(level);
+    TempDir dir;
+    const std::string failure =
+        make_gmsh_mesh(geo_path("c_core.geo"), {{"level", level}}, dir.file("pre_geom.nas"));
+    ASSERT_TRUE(failure.empty()) << failure;
+    const COIL_JOB job = run_coil_job(dir, c_core_deck());
+    ASSERT_EQ(job.run.exit_status, 0) << job.check;
+    levels.push_back({read_tet_mesh(dir.file("pre_geom.nas")), job.elements});
+    const CUT_FLUXES f = cut_fluxes(levels.back());
+    std::printf("C-core level %d: %zu tetrahedra, %.1f s so far; flux limb %.5e gap %.5e leakage %.5e Wb, "
+                "limb + gap + leakage = %.2e of the limb's (the coil's own flux beyond the box %.2e)\n",
+                level, levels.back().mesh.size(), seconds_since(start), f.limb, f.gap, f.leakage,
+                (f.limb + f.gap + f.leakage) / f.limb, -beyond / f.limb);
+    EXPECT_GT(f.limb, 0.0);
+    EXPECT_LT(f.gap, 0.0);
+    EXPECT_LT(std::fabs(f.limb + f.gap + f.leakage), 0.02 * f.limb);
+    EXPECT_LT(std::fabs(f.limb + f.gap + f.leakage + beyond), 0.003 * f.limb);
+  }
+  const LEVEL_CHANGES c = level_changes(levels);
+  for (std::size_t k = 0; k < c.change[0].size(); ++k)
+    std::printf("  change of B from level %zu to %zu: iron %.4f, air %.4f\n", k, k + 1, c.change[0][k],
+                c.change[1][k]);
+  for (std::size_t k = 1; k < c.change[0].size(); ++k) {
+    const double iron = c.change[0][k - 1] / c.change[0][k], air = c.change[1][k - 1] / c.change[1][k];
+    std::printf("  reduction from step %zu to step %zu: iron %.3f, air %.3f\n", k - 1, k, iron, air);
+    EXPECT_GE(iron, air);
+  }
+  std::printf("  whole C-core study %.1f s\n", seconds_since(start));
+}
+
 } // namespace
 } // namespace tesmora::testing
