@@ -268,7 +268,7 @@ LEVEL_CHANGES level_changes(const std::vector<CORE_LEVEL> &levels) {
 
 // The core on four meshes, each element size 2^(-1/2) times the last. Through the plane z = 0 the
 // limb's flux comes back through the gap and the air within 2 % on every mesh, and from mesh to
-// mesh B changes in the iron by a factor at least as small as in the air.
+// mesh the change of B in the iron falls at least as fast as in the air, and stays smaller.
 TEST(CoilInIron, CCoreConvergesInTheIronAndItsFluxBalances) {
   const auto start = std::chrono::steady_clock::now();
   std::vector<CORE_LEVEL> levels;
@@ -293,9 +293,13 @@ TEST(CoilInIron, CCoreConvergesInTheIronAndItsFluxBalances) {
     EXPECT_LT(std::fabs(f.limb + f.gap + f.leakage + beyond), 0.003 * f.limb);
   }
   const LEVEL_CHANGES c = level_changes(levels);
-  for (std::size_t k = 0; k < c.change[0].size(); ++k)
+  // The iron's relative change also stays below the air's: a load that acts as a spurious current
+  // in the iron, amplified by mu_r, makes it the larger one.
+  for (std::size_t k = 0; k < c.change[0].size(); ++k) {
     std::printf("  change of B from level %zu to %zu: iron %.4f, air %.4f\n", k, k + 1, c.change[0][k],
                 c.change[1][k]);
+    EXPECT_LT(c.change[0][k], c.change[1][k]);
+  }
   for (std::size_t k = 1; k < c.change[0].size(); ++k) {
     const double iron = c.change[0][k - 1] / c.change[0][k], air = c.change[1][k - 1] / c.change[1][k];
     std::printf("  reduction from step %zu to step %zu: iron %.3f, air %.3f\n", k - 1, k, iron, air);
