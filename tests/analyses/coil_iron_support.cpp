@@ -191,7 +191,8 @@ std::string make_gmsh_mesh(const std::string &geo, const std::vector<std::pair<s
   }
   command += " -format bdf -o '" + out + "' > '" + out + ".log' 2>&1";
   if (std::system(command.c_str()) != 0 || !file_exists(out))
-    return "Gmsh failed on " + geo + ":\n" + read_file(out + ".log");
+    return "Gmsh failed on " + geo + " (if it is no longer installed, run tools/setup.sh):\n" +
+           read_file(out + ".log");
   return std::string();
 }
 
