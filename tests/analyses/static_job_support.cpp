@@ -29,7 +29,9 @@ std::string static_deck(const STATIC_DECK &d) {
   s << d.coordinates << "\n";                                       // no local frames
   s << d.far_boundary << "\n1.0e-4\n" << d.bn0_planes.size() << "\n";
   for (const std::string &plane : d.bn0_planes) s << plane << "\n";
-  s << "0\n0\n0 0 0 0 0.0 0 0\n"; // HT0 planes, A0 lines, cyclic
+  s << d.ht0_planes.size() << "\n";
+  for (const std::string &plane : d.ht0_planes) s << plane << "\n";
+  s << "0\n0 0 0 0 0.0 0 0\n"; // A0 lines, cyclic
   s << d.materials.size() << " 0 0\n";
   for (const std::string &m : d.materials) s << m << "\n";
   s << "SOURCE\nCOIL 1 1 " << d.no_coil_elements << " 0 0 0\n" << d.coil_elements << "\nEND\nEND\n";

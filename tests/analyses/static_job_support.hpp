@@ -13,6 +13,7 @@ struct STATIC_DECK {
   int regularization = 0;              // REGULARIZATION
   int far_boundary = 0;                // 0 fixed, 1 natural
   std::vector<std::string> bn0_planes; // "CX CY CZ C"
+  std::vector<std::string> ht0_planes; // "CX CY CZ C"
   std::vector<std::string>
       materials; // "MAT_ID POTENTIAL B_H_CURVE_ID SIGMA MU PACKING ANISOTROPY IRON_LOSS SIGMA_DEPEND_ID"
   std::string coil_elements; // the element cards of one COIL source

@@ -3,6 +3,7 @@
 
 #include "support/test_support.hpp"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
@@ -94,6 +95,44 @@ std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path) {
     tets[std::atoi(nastran_field(line, 1).c_str())] = c;
   }
   return tets;
+}
+
+TET_MESH read_tet_mesh(const std::string &path) {
+  TET_MESH mesh;
+  std::map<int, int> row_of_node;
+  for (const auto &[number, x] : read_grid_points(path)) {
+    row_of_node[number] = static_cast<int>(mesh.points.size());
+    mesh.points.push_back(x);
+  }
+  for (const std::string &line : split_lines(read_file(path))) {
+    if (line.rfind("CTETRA", 0) != 0) continue;
+    std::array<int, 4> corners{};
+    for (int n = 0; n < 4; ++n)
+      corners[static_cast<std::size_t>(n)] = row_of_node.at(std::atoi(nastran_field(line, n + 3).c_str()));
+    mesh.corners.push_back(corners);
+    mesh.numbers.push_back(std::atoi(nastran_field(line, 1).c_str()));
+    mesh.properties.push_back(std::atoi(nastran_field(line, 2).c_str()));
+  }
+  return mesh;
+}
+
+std::array<double, 3> TET_MESH::centroid(std::size_t t) const {
+  std::array<double, 3> c{};
+  for (const int corner : corners[t])
+    for (std::size_t d = 0; d < 3; ++d) c[d] += 0.25 * points[static_cast<std::size_t>(corner)][d];
+  return c;
+}
+
+double TET_MESH::volume(std::size_t t) const {
+  const std::array<double, 3> &p0 = points[static_cast<std::size_t>(corners[t][0])];
+  double e[3][3];
+  for (std::size_t k = 0; k < 3; ++k)
+    for (std::size_t d = 0; d < 3; ++d)
+      e[k][d] = points[static_cast<std::size_t>(corners[t][k + 1])][d] - p0[d];
+  const double det = e[0][0] * (e[1][1] * e[2][2] - e[1][2] * e[2][1]) -
+                     e[0][1] * (e[1][0] * e[2][2] - e[1][2] * e[2][0]) +
+                     e[0][2] * (e[1][0] * e[2][1] - e[1][1] * e[2][0]);
+  return std::fabs(det) / 6.0;
 }
 
 std::string without_universal_groups(const std::string &text) {

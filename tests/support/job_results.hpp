@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tesmora::testing {
 
@@ -22,6 +23,18 @@ struct TET_CENTROID {
   int property;
 };
 std::map<int, TET_CENTROID> read_tet_centroids(const std::string &path);
+
+// The tetrahedra of such a file with their corner points, in the order of the CTETRA cards.
+struct TET_MESH {
+  std::vector<std::array<double, 3>> points; // 0-based, one per GRID point used
+  std::vector<std::array<int, 4>> corners;   // 0-based rows into points, one per tetrahedron
+  std::vector<int> numbers;                  // element number of each tetrahedron
+  std::vector<int> properties;               // its property
+  std::size_t size() const { return corners.size(); }
+  std::array<double, 3> centroid(std::size_t t) const;
+  double volume(std::size_t t) const;
+};
+TET_MESH read_tet_mesh(const std::string &path);
 
 // A Gmsh export stripped of its physical groups, as for a model that has none: the universal
 // file without its dataset 2477, the ABAQUS file without its "*ELSET" lists. What is left still
