@@ -138,8 +138,9 @@ TEST(CoilInIron, LoopOverAThickWideDiscGivesTheHalfSpaceField) {
   const COIL_JOB refused = run_coil_job(dir, loop_disc_deck(2));
   const char *message =
       "**** The coupling of the field of COIL source 1 across the faces of region 1, which lacks "
-      "its POTENTIAL 1 while a neighbour has it (give such regions the coil's POTENTIAL) is not "
-      "part of this build of the program. Job is stopped. ****\n";
+      "its POTENTIAL 1 while a neighbour has it (the coil's field would be missing there; give "
+      "such regions the coil's POTENTIAL, which is exact in iron too) is not part of this build of "
+      "the program. Job is stopped. ****\n";
   EXPECT_EQ(refused.run.exit_status, 1);
   EXPECT_NE(refused.check.find(message), std::string::npos) << refused.check;
   EXPECT_NE(read_file(dir.file("stderr")).find(message), std::string::npos);
