@@ -1,6 +1,7 @@
 // The solve stage of a static run: system equation, steps, right-hand side, solutions file.
 #include "analyses/solve_driver.hpp"
 
+#include "analyses/nonlinear_iteration.hpp"
 #include "analyses/restart.hpp"
 #include "analyses/solutions_file.hpp"
 #include "equations/matrix_profile.hpp"
@@ -49,11 +50,25 @@ void write_loop_times(const LOOP_WATCHES &w) {
 
 // One step of a linear static run: sources at the step's time, one solve, one record.
 void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step, double time,
-                     const LOOP_WATCHES &watches) {
+                     const LOOP_WATCHES &watches, NONLINEAR_WORK *nonlinear) {
   set_source_amplitudes(time);
   if (equation.no_unknowns == 0) {
     // Every potential is fixed: the field is the sources' own, and there is nothing to solve.
     write_solution_record(run_files().solutions, step, time, equation.solution, 0);
+    return;
+  }
+  if (nonlinear) {
+    load_vector(equation.RHS, equation.no_unknowns);
+    const NEWTON_RESULT result = loop_of_non_linear_iteration(equation, *nonlinear, figures, step);
+    json_int("NEWTON", "CONVERGE", result.converged);
+    json_iteration("NEWTON", "ITERATION", result.iterations);
+    json_step("NEWTON", "RESIDUAL", result.residual);
+    if (std::isnan(result.residual)) {
+      write_fault("Residual have NaN\n");
+      stop_job(1);
+    }
+    write_newton_result(step, result.iterations, result.residual, result.converged != 0);
+    write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
     return;
   }
   start_stop_watch(watches.assemble);
@@ -85,6 +100,7 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
   open_ffile(files.solutions, "w");
   write_solutions_header(files.solutions, first_part, no_unknowns, no_unknowns);
   SOLVE_FIGURES figures; // the run's solve figures: the iteration count and the raised shift carry over
+  NONLINEAR_WORK *nonlinear = control.non_linear ? make_nonlinear_work(first_part, no_unknowns) : nullptr;
   int step = 0;
   double time = control.time_control.initial_time;
   for (const TIME_ROW &row : control.time_control.rows)
@@ -92,15 +108,17 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
       // The very first step of a static run keeps the initial time.
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
-      one_static_step(*equation, figures, step, time, watches);
+      one_static_step(*equation, figures, step, time, watches, nonlinear);
     }
   close_ffile(files.solutions);
+  const int newton_iterations = nonlinear ? nonlinear->total_iterations : 0;
+  free_nonlinear_work(&nonlinear);
   free_system_equation(&equation);
   write_loop_times(watches);
   std::FILE *output = files.print_out->stream;
   write_report(output, "**** Total number of ICCG interations:      %d *********\n",
                figures.total_iterations);
-  write_report(output, "**** Total number of nonlinear interations: %d *********\n", 0);
+  write_report(output, "**** Total number of nonlinear interations: %d *********\n", newton_iterations);
   std::fflush(output);
   delete_stop_watch(watches.solver);
   delete_stop_watch(watches.assemble);
@@ -200,7 +218,12 @@ void solve_equation_stage(MESHED_MODEL &first_part) {
   const CONTROL_DATA &control = control_data();
   if (control.is_transient) stop_at_unbuilt(UNBUILT::work, "transient analysis");
   if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC analysis");
-  if (control.non_linear) stop_at_unbuilt(UNBUILT::work, "nonlinear iteration");
+  // NON_LINEAR 2, the effective permeability of AC phasors, belongs to the AC analysis.
+  if (control.non_linear == 2) stop_at_unbuilt(UNBUILT::work, "effective-permeability iteration");
+  if (control.non_linear && solver_settings().non_linear_iteration.method != 0)
+    stop_at_unbuilt(UNBUILT::work, solver_settings().non_linear_iteration.method == 1
+                                       ? "fixed-point nonlinear method"
+                                       : "stored-tensor nonlinear method");
   if (control.electric_kind || control.is_thermal)
     stop_at_unbuilt(UNBUILT::work, "scalar-potential analysis");
   if (control.moving) stop_at_unbuilt(UNBUILT::work, "motion analysis");

@@ -68,6 +68,20 @@ void write_linear_solve(int step, int iterations, double residual, bool converge
                  converged ? "" : ", did not converge");
 }
 
+void write_newton_iteration(int step, int iteration, double error, int solver_iterations) {
+  write_terminal("  step %d: Newton %d, error %.3e, %d solver iterations\n", step, iteration, error,
+                 solver_iterations);
+}
+
+void write_newton_result(int step, int iterations, double error, bool converged) {
+  if (!converged) {
+    if (the_terminal.no_unconverged_solves == 0) the_terminal.first_unconverged_step = step;
+    ++the_terminal.no_unconverged_solves;
+  }
+  write_terminal("  step %d: nonlinear, %d Newton iterations, error %.3e%s\n", step, iterations, error,
+                 converged ? "" : ", did not converge");
+}
+
 long long peak_resident_bytes() {
   // VmHWM is the resident high-water mark in kB; getrusage says the same where /proc is missing.
   if (std::FILE *status = std::fopen("/proc/self/status", "r")) {

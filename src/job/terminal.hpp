@@ -29,6 +29,12 @@ void write_stage_time(const char *stage_name);
 // converge for the summary.
 void write_linear_solve(int step, int iterations, double residual, bool converged);
 
+// Prints one Newton iteration of step `step`: its error (the residual before the correction,
+// relative to the step's load) and the iterations of its linear solve.
+void write_newton_iteration(int step, int iteration, double error, int solver_iterations);
+// Prints the end of a step's Newton loop and keeps the first step that did not converge.
+void write_newton_result(int step, int iterations, double error, bool converged);
+
 // The closing line: exit status, wall time, peak of live tagged bytes, peak resident size and
 // the first step whose solve did not converge, if any.
 void write_job_summary(int exit_status);

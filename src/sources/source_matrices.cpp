@@ -38,12 +38,13 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// A coil's field takes part in an element when the element's region carries it and the
-// region's reluctivity is a linear one (the only kind whose matrix is made here).
+// A coil's field takes part in an element when the element's region carries it: linear, or
+// nonlinear (whose element then takes the whole 1/mu0 B_coil here and H(B) in the Newton loop).
 bool element_takes_part(const V_ELEMENT &element, int coil_potential) {
   if (!element.edges || !region_carries_coil(element.potential_bits, coil_potential)) return false;
   const MAT_PROPERTY *mat = element.material;
-  return mat && mat->magnetic && mat->magnetic->type == linear_property && mat->magnetic->linear;
+  if (!mat || !mat->magnetic) return false;
+  return mat->magnetic->type != linear_property || mat->magnetic->linear;
 }
 
 bool coil_reaches_a_region(const MESHED_MODEL &first_part, int coil_potential) {
@@ -121,7 +122,9 @@ void element_source_load(const V_ELEMENT &element, const EXTERNAL_FIELD &field,
                          const COIL_EVALUATION &evaluation, double *y, TRANSFORM_SCRATCH &scratch) {
   const V_ELEMENT_TYPE &type = *element.type;
   const int E = type.no_edges, N = type.no_nodes;
-  const ConductivityProperty &linear = *element.material->magnetic->linear;
+  // A nonlinear law keeps its reluctivity in the Newton residual: here nu counts as 0.
+  const MagneticProperty &magnetic = *element.material->magnetic;
+  const ConductivityProperty *linear = magnetic.type == linear_property ? magnetic.linear : nullptr;
   double xyz[max_element_nodes][3];
   for (int i = 0; i < N; ++i) {
     xyz[i][0] = element.nodes[i]->x;
@@ -135,13 +138,13 @@ void element_source_load(const V_ELEMENT &element, const EXTERNAL_FIELD &field,
     const double xi = points.p[0][q], eta = points.p[1][q], zeta = points.p[2][q];
     MATERIAL_POINT point{&element, xi, eta, zeta, {}};
     element_point(type, xyz, xi, eta, zeta, point.position, scratch);
-    double nu[9];
-    if (linear.scalar_type == 2) {
+    double nu[9] = {};
+    if (linear && linear->scalar_type == 2) {
       double complex_nu[18];
-      linear_reluctivity_complex(linear, point, complex_nu);
+      linear_reluctivity_complex(*linear, point, complex_nu);
       for (int m = 0; m < 9; ++m) nu[m] = complex_nu[2 * m];
-    } else {
-      linear_reluctivity(linear, point, nu);
+    } else if (linear) {
+      linear_reluctivity(*linear, point, nu);
     }
     double difference[9];
     bool zero = true;

@@ -8,13 +8,14 @@ namespace tesmora::testing {
 std::string static_deck(const STATIC_DECK &d) {
   std::ostringstream s;
   s << "r12.0\n" << d.stages << "\n";
-  s << "1 0 1 0 0 0 0 0\n"; // STATIC STEP AC TRANSIENT MOTION NON_LINEAR ...
-  s << "0 0 0 0\n";         // POTENTIAL NODAL_FORCE_OPTION PHI_OPTION FIXED_COORDINATE
-  s << d.tree_gauge << " " << d.regularization << " 1 0 0 0\n"; // TREE_GAUGE REGULARIZATION RENUMBERING ...
-  s << "1 1 0 0 0 0 0 0\n";                                     // NODE_ORDER EDGE_ORDER ...
-  s << d.iccg_conv << " -1.2 1.0e3 100 0 0.8 0 0 20000\n";      // ICCG_CONV ... SOLVER 0
-  s << "1.0e-4 1.0 50 0 0 -0.01 0 0\n";
-  s << "3 7 0\n";
+  s << "1 0 1 0 0 " << d.non_linear << " 0 0\n"; // STATIC STEP AC TRANSIENT MOTION NON_LINEAR ...
+  s << "0 0 0 0\n";                              // POTENTIAL NODAL_FORCE_OPTION PHI_OPTION FIXED_COORDINATE
+  s << d.tree_gauge << " " << d.regularization << " 1 0 " << d.line_search
+    << " 0\n";              // TREE_GAUGE REGULARIZATION RENUMBERING SCALING LINE_SEARCH ...
+  s << "1 1 0 0 0 0 0 0\n"; // NODE_ORDER EDGE_ORDER ...
+  s << d.iccg_conv << " -1.2 1.0e3 100 0 0.8 0 0 20000\n"; // ICCG_CONV ... SOLVER 0
+  s << d.non_linear_card << "\n";
+  s << "3 7 " << d.mat_points << "\n";           // POINTS_IN_1D POINT_IN_TRIANGLE MAT_POINTS
   s << "0 0 0.0 0\n";                            // INITIAL_STEP DATA_TYPE INITIAL_PHASE MULTI
   s << d.no_steps << " 0.0 1.0 0 0 0 0 0 0 0\n"; // NO_STEPS INITIAL_TIME DELTA_TIME ...
   s << "1 " << (d.last_output_step ? d.last_output_step : d.no_steps) << " 1 3 0 0 0\n"; // output steps
@@ -36,6 +37,7 @@ std::string static_deck(const STATIC_DECK &d) {
   for (const std::string &m : d.materials) s << m << "\n";
   s << "SOURCE\nCOIL 1 1 " << d.no_coil_elements << " 0 0 0\n" << d.coil_elements << "\nEND\nEND\n";
   s << "1 0\n1 0\n1 0 0 0 0 0 0\n0 0 0\n"; // time evolution 1: constant 1
+  s << d.bh_curves;
   return s.str();
 }
 

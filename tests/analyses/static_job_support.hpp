@@ -10,7 +10,13 @@ namespace tesmora::testing {
 struct STATIC_DECK {
   std::string stages = "1 1\n1 1"; // PRE_PROCESSING MAKE_SYSTEM_MATRICES / SOLVE_EQUATION POST_PROCESSING
   int tree_gauge = 0;
-  int regularization = 0;              // REGULARIZATION
+  int regularization = 0; // REGULARIZATION
+  int line_search = 0;    // LINE_SEARCH
+  int non_linear = 0;     // NON_LINEAR
+  // NON_LINEAR_CONV RELAXATION NO_ITERATIONS INIT_OPTION ICCG_CONV_RATIO CHECK_B DELTA_A METHOD
+  std::string non_linear_card = "1.0e-4 1.0 50 0 0 -0.01 0 0";
+  int mat_points = 0;                  // MAT_POINTS
+  std::string bh_curves;               // the B-H curve section after the time evolutions (NON_LINEAR jobs)
   int far_boundary = 0;                // 0 fixed, 1 natural
   std::vector<std::string> bn0_planes; // "CX CY CZ C"
   std::vector<std::string> ht0_planes; // "CX CY CZ C"

@@ -1,0 +1,61 @@
+// The nonlinear iteration of a static step: Newton-Raphson on the residual of the elements with a
+// B-H curve, with an optional line search, the Max delta B test and the stop rules.
+//
+// The assembled matrix holds the linear elements only. Each iteration starts from it, adds the
+// tangent dH/dB of every nonlinear element (the Jacobian) and solves for the correction of
+//     r(x) = b - K_lin x - sum over nonlinear elements of integral curl N . H(B(x)),
+// where b is the step's source load and B(x) = curl A + B_coil in a region that carries a coil's
+// field (the coil's B by Biot-Savart at the same points, kept from the first step).
+#pragma once
+
+#include "analyses/solve_driver.hpp"
+#include "equations/iccg.hpp"
+#include "job/tagged_array.hpp"
+
+#include <vector>
+
+namespace tesmora {
+
+struct MESHED_MODEL;
+struct V_ELEMENT;
+
+// What the loop keeps for the run: the nonlinear elements, the coil field at their points, the
+// linear matrix and the work vectors ("... in  loop_of_non_linear_iteration").
+struct NONLINEAR_WORK {
+  std::vector<const V_ELEMENT *> elements; // elements with a nonlinear magnetic law, list order
+  std::vector<int> element_numbers;        // their 1-based numbers in the element list
+  std::vector<int> first_point;            // per element: its first row in the point arrays
+  int no_points = 0;                       // rows: per element its centre, then its Gauss points
+  int no_coils = 0;                        // coil sources whose field some nonlinear element carries
+  std::vector<int> coil_source;            // their indexes in the source table
+  TaggedArray<double> coil_unit;           // no_coils x no_points x 3: B per unit amplitude
+  TaggedArray<double> coil_now;            // no_points x 3: the sum at the step's amplitudes
+  TaggedArray<double> linear_lower;        // the file's matrix values
+  TaggedArray<double> rhs_vector, delta, residual, norm_vector, product;
+  int total_iterations = 0; // Newton iterations of the run
+};
+
+// The nonlinear elements of the chain and the coil field at their points; null when the model has
+// none (the loop then runs one linear pass).
+NONLINEAR_WORK *make_nonlinear_work(const MESHED_MODEL &first_part, int no_unknowns);
+void free_nonlinear_work(NONLINEAR_WORK **work);
+
+// What one step's loop gives its caller for the JSON results and the terminal.
+struct NEWTON_RESULT {
+  int converged = 0;   // stopped by the tests rather than by the iteration limit
+  int iterations = 0;  // Newton iterations of the step
+  double residual = 0; // the last error (or Max delta B when only delta B judges)
+};
+
+// One static step: equation.RHS holds the step's source load, equation.solution the start (the
+// previous step's solution) and, on return, the new solution.
+NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_WORK &work,
+                                           SOLVE_FIGURES &figures, int step);
+
+// One element's Newton terms at the solution x (no_unknowns, model numbering): the packed
+// Jacobian J (E rows, may be null) and the residual R (E values), in the element's local edge
+// directions. coil holds the coil's B at the element's centre and Gauss points (or is null).
+void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
+                    double *R);
+
+} // namespace tesmora

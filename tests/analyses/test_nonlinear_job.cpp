@@ -1,0 +1,196 @@
+// Whole nonlinear static jobs: an iron slab with a B-H curve in a uniform field along it, whose
+// closed form is the curve itself; Newton's convergence; a linear material in a nonlinear job;
+// the iteration limit.
+#include "static_job_support.hpp"
+#include "support/job_results.hpp"
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace tesmora::testing {
+namespace {
+
+constexpr double mu0 = 4e-7 * M_PI;
+
+std::string mesh_path(const std::string &name) {
+  return std::string(TESMORA_SOURCE_DIR) + "/tests/data/mesh/" + name;
+}
+
+// A smooth saturation law sampled on a geometric grid of H: B = mu0 H + Js (2/pi)
+// atan(pi (mu_i - 1) mu0 H / (2 Js)), initial relative permeability mu_i, saturation Js.
+struct CURVE {
+  std::vector<double> H, B;
+};
+CURVE smooth_curve(int points, double mu_i = 2000.0, double Js = 1.8) {
+  CURVE c{{0.0}, {0.0}};
+  for (int k = 0; k < points - 1; ++k) {
+    const double h = 1.0 * std::pow(10.0, 7.0 * k / (points - 2)); // 1 to 1e7 A/m
+    c.H.push_back(h);
+    c.B.push_back(mu0 * h + Js * 2.0 / M_PI * std::atan(M_PI * (mu_i - 1.0) * mu0 * h / (2.0 * Js)));
+  }
+  return c;
+}
+
+std::string curve_section(const CURVE &c) {
+  std::ostringstream s;
+  s.precision(17);
+  s << "1 0 0 0 0\n1 " << c.H.size() << "\n";
+  for (std::size_t i = 0; i < c.H.size(); ++i) s << c.H[i] << " " << c.B[i] << "\n";
+  return s.str();
+}
+
+// B of the table at H by linear interpolation: what the job's piecewise-linear law gives.
+double table_B(const CURVE &c, double h) {
+  for (std::size_t i = 1; i < c.H.size(); ++i)
+    if (h <= c.H[i]) return c.B[i - 1] + (c.B[i] - c.B[i - 1]) * (h - c.H[i - 1]) / (c.H[i] - c.H[i - 1]);
+  const std::size_t n = c.H.size() - 1;
+  return c.B[n] + (c.B[n] - c.B[n - 1]) * (h - c.H[n]) / (c.H[n] - c.H[n - 1]);
+}
+
+// The slab of tests/data/mesh/slab.bdf (0.4 <= z <= 0.6, material 2) with the curve, in a
+// uniform field B0 = mu0 H0 along x, parallel to its faces: tangential H is continuous, so the
+// iron's H is H0 and its B is the curve's B(H0), uniform; the reduced field is piecewise linear
+// in z, exact in the lowest-order edge elements.
+STATIC_DECK nonlinear_slab(double H0, const CURVE &curve) {
+  STATIC_DECK deck;
+  deck.far_boundary = 1;
+  deck.tree_gauge = -1;
+  deck.bn0_planes = {"0.0 1.0 0.0 0.0", "0.0 1.0 0.0 -1.0"};
+  deck.materials = {"1 1 0 0.0 1.0 0 0 0 0", "2 1 1 0.0 0.0 0 0 0 0", "3 1 0 0.0 1.0 0 0 0 0"};
+  char coil[96];
+  std::snprintf(coil, sizeof coil, "UNIF %.17g 0.0 0.0 0", mu0 * H0);
+  deck.coil_elements = coil;
+  deck.non_linear = 1;
+  deck.non_linear_card = "1.0e-6 1.0 50 0 0 0 0 0";
+  deck.bh_curves = curve_section(curve);
+  deck.iccg_conv = 1e-10;
+  return deck;
+}
+
+struct NONLINEAR_RUN {
+  BATCH_RUN run;
+  std::string output, check;
+  std::map<int, std::array<double, 6>> elements;
+  std::map<int, TET_CENTROID> centroids;
+  std::vector<double> errors; // the "error" of each Newton iteration of the step
+};
+
+NONLINEAR_RUN run_deck(const TempDir &dir, const STATIC_DECK &deck) {
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+  NONLINEAR_RUN out;
+  out.run = run_batch(dir.path(), {"-q"});
+  out.output = read_file(dir.file("output"));
+  out.check = read_file(dir.file("check"));
+  if (out.run.exit_status != 0) return out;
+  out.elements = read_unv_values(dir.file("magnetic"), 56);
+  out.centroids = read_tet_centroids(dir.file("pre_geom.nas"));
+  const std::regex line("Non_linear iteration No\\.\\s*(\\d+)\\s+error =\\s*(\\S+)");
+  for (auto it = std::sregex_iterator(out.output.begin(), out.output.end(), line);
+       it != std::sregex_iterator(); ++it)
+    out.errors.push_back(std::stod((*it)[2]));
+  return out;
+}
+
+// In the knee and deep in saturation, B in every iron element is the curve's B(H0) to the
+// solver's tolerance, and the air keeps B0.
+TEST(NonlinearJob, SlabAlongTheFieldTakesTheCurvesFluxDensity) {
+  const CURVE curve = smooth_curve(120);
+  for (const double H0 : {300.0, 2.0e5}) {
+    SCOPED_TRACE(H0);
+    TempDir dir;
+    const NONLINEAR_RUN r = run_deck(dir, nonlinear_slab(H0, curve));
+    ASSERT_EQ(r.run.exit_status, 0) << r.check;
+    const double B_iron = table_B(curve, H0);
+    int iron = 0, air = 0;
+    for (const auto &[number, c] : r.centroids) {
+      const std::array<double, 6> &B = r.elements.at(number);
+      if (c.property == 2) {
+        ++iron;
+        expect_close(B[0], B_iron, 1e-5, 0.0); // the file holds six digits
+      } else {
+        ++air;
+        expect_close(B[0], mu0 * H0, 1e-5, 0.0);
+      }
+      EXPECT_NEAR(B[1], 0.0, 1e-5 * B_iron);
+      EXPECT_NEAR(B[2], 0.0, 1e-5 * B_iron);
+    }
+    EXPECT_GT(iron, 50);
+    EXPECT_GT(air, 50);
+    ASSERT_GE(r.errors.size(), 2u);
+    EXPECT_LT(r.errors.back(), 1e-6);
+    // Newton on a smooth curve: once the error is small, each iteration squares it.
+    for (std::size_t k = 0; k + 1 < r.errors.size(); ++k)
+      if (r.errors[k] < 1e-2) {
+        EXPECT_LE(r.errors[k + 1], r.errors[k] * r.errors[k]) << "iteration " << k + 1;
+      }
+  }
+}
+
+// Driven to saturation (B near 1.8 T of the curve's 1.8 T knee) from a zero start, the first
+// Newton step from the initial permeability overshoots and plain Newton wanders (11
+// iterations on this mesh); the line search cuts the steps back and converges in 4, to the same
+// field.
+TEST(NonlinearJob, LineSearchShortensTheWayIntoSaturation) {
+  const CURVE curve = smooth_curve(120);
+  const double H0 = 1000.0;
+  std::size_t iterations[2] = {0, 0};
+  for (const int search : {0, 1}) {
+    SCOPED_TRACE(search);
+    STATIC_DECK deck = nonlinear_slab(H0, curve);
+    deck.line_search = search;
+    TempDir dir;
+    const NONLINEAR_RUN r = run_deck(dir, deck);
+    ASSERT_EQ(r.run.exit_status, 0) << r.check;
+    iterations[search] = r.errors.size();
+    EXPECT_LT(r.errors.back(), 1e-6);
+    for (const auto &[number, c] : r.centroids)
+      if (c.property == 2) expect_close(r.elements.at(number)[0], table_B(curve, H0), 1e-5, 0.0);
+    EXPECT_EQ(search == 1, r.check.find("searched tau=") != std::string::npos);
+  }
+  EXPECT_LT(iterations[1] + 3, iterations[0]);
+}
+
+// A nonlinear job whose materials are all linear gives the linear closed form (mu_r B0 in the
+// iron) after one Newton step, and says it converged.
+TEST(NonlinearJob, ALinearMaterialTakesOneNewtonStep) {
+  STATIC_DECK deck = nonlinear_slab(1000.0, smooth_curve(20));
+  deck.materials[1] = "2 1 0 0.0 100.0 0 0 0 0";
+  TempDir dir;
+  const NONLINEAR_RUN r = run_deck(dir, deck);
+  ASSERT_EQ(r.run.exit_status, 0) << r.check;
+  EXPECT_EQ(r.errors.size(), 1u);
+  for (const auto &[number, c] : r.centroids)
+    if (c.property == 2) expect_close(r.elements.at(number)[0], 100.0 * mu0 * 1000.0, 1e-5, 0.0);
+  const std::string json = read_file(dir.file("output.json"));
+  EXPECT_TRUE(std::regex_search(json, std::regex("\"NEWTON\"\\s*:\\s*\\{\\s*\"CONVERGE\"\\s*:\\s*\\[1\\]")))
+      << json;
+}
+
+// Running out of iterations is no error: the report says so, the job keeps the last solution
+// and ends normally, and the terminal and output.json tell that the step did not converge.
+TEST(NonlinearJob, TheIterationLimitIsReportedAndTheJobGoesOn) {
+  STATIC_DECK deck = nonlinear_slab(2.0e5, smooth_curve(120));
+  deck.non_linear_card = "1.0e-6 1.0 2 0 0 0 0 0";
+  TempDir dir;
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+  const BATCH_RUN run = run_batch(dir.path(), {});
+  ASSERT_EQ(run.exit_status, 0);
+  EXPECT_NE(read_file(dir.file("output")).find("Max non_linear iteration.\n"), std::string::npos);
+  EXPECT_NE(run.stdout_text.find("did not converge"), std::string::npos) << run.stdout_text;
+  const std::string json = read_file(dir.file("output.json"));
+  EXPECT_TRUE(std::regex_search(json, std::regex("\"NEWTON\"\\s*:\\s*\\{\\s*\"CONVERGE\"\\s*:\\s*\\[0\\]")))
+      << json;
+  EXPECT_NE(read_file(dir.file("magnetic")).find("ELEMENT - BX"), std::string::npos);
+}
+
+} // namespace
+} // namespace tesmora::testing
