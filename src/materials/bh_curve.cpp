@@ -6,6 +6,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/terminal.hpp"
 #include "materials/material_tables.hpp"
 
 #include <cmath>
@@ -49,6 +50,7 @@ void read_one_curve(FFILE *file, B_H_CURVE &curve) {
   curve.B = calloc_double(static_cast<std::uint64_t>(curve.no_data), "b_h_curve->B");
   curve.energy = calloc_double(static_cast<std::uint64_t>(curve.no_data), "b_h_curve->energy");
   write_check("*   H_AT/M     *      B_T    *\n");
+  bool flat_told = false; // the terminal hears of a flat piece once per curve
   for (int i = 0; i < curve.no_data; ++i) {
     double h = 0.0;
     double b = 0.0;
@@ -58,9 +60,15 @@ void read_one_curve(FFILE *file, B_H_CURVE &curve) {
     if (i > 0 && !(h > 0.0 && b > 0.0)) card_error(file);
     curve.H[i] = h;
     curve.B[i] = b;
-    if (i > 0 && (b - curve.B[i - 1]) / (h - curve.H[i - 1]) / mu0 < 1.0)
+    if (i > 0 && (b - curve.B[i - 1]) / (h - curve.H[i - 1]) / mu0 < 1.0) {
       write_report(run_files().print_out ? run_files().print_out->stream : nullptr,
                    "Warning:Differential relative permeability is less than 1.\n");
+      if (!flat_told)
+        write_terminal("warning: B-H curve %d: differential relative permeability below 1 from point %d "
+                       "(H %g A/m, B %g T) on\n",
+                       curve.id, i + 1, h, b);
+      flat_told = true;
+    }
   }
   make_energy_table(curve);
 }

@@ -192,5 +192,37 @@ TEST(NonlinearJob, TheIterationLimitIsReportedAndTheJobGoesOn) {
   EXPECT_NE(read_file(dir.file("magnetic")).find("ELEMENT - BX"), std::string::npos);
 }
 
+// A curve with a piece flatter than free space is legal: the report and the terminal warn, and
+// the job runs. A NaN in the field (here the coil's) ends the step with the solver's message.
+TEST(NonlinearJob, AFlatCurveIsToldAndANaNFieldStopsTheJob) {
+  CURVE curve = smooth_curve(40);
+  curve.H.push_back(2.0e7);
+  curve.B.push_back(curve.B.back() + 0.5 * mu0 * 1.0e7); // relative slope 0.5
+  {
+    TempDir dir;
+    write_file(dir.file("input"), static_deck(nonlinear_slab(300.0, curve)));
+    write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+    const BATCH_RUN run = run_batch(dir.path(), {});
+    EXPECT_EQ(run.exit_status, 0);
+    EXPECT_NE(
+        read_file(dir.file("output")).find("Warning:Differential relative permeability is less than 1.\n"),
+        std::string::npos);
+    EXPECT_NE(
+        run.stdout_text.find("warning: B-H curve 1: differential relative permeability below 1 from point "
+                             "41"),
+        std::string::npos)
+        << run.stdout_text;
+  }
+  STATIC_DECK deck = nonlinear_slab(300.0, curve);
+  deck.coil_elements = "UNIF nan 0.0 0.0 0";
+  TempDir dir;
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+  const BATCH_RUN run = run_batch(dir.path(), {});
+  EXPECT_EQ(run.exit_status, 1);
+  EXPECT_NE(read_file(dir.file("stderr")).find("Residual have NaN\n"), std::string::npos);
+  EXPECT_NE(run.stdout_text.find("Residual have NaN\n"), std::string::npos);
+}
+
 } // namespace
 } // namespace tesmora::testing
