@@ -125,7 +125,7 @@ const double *coil_of(const NONLINEAR_WORK &work, std::size_t k) {
 // rhs_out = b - K_lin x - the nonlinear elements' residuals; with `matrix` also their Jacobians
 // added into the matrix (which then holds the linear values on entry).
 void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const double *x, double *rhs_out,
-                           bool with_jacobian, int n) {
+                           bool with_jacobian, int n, bool fixed_point = false) {
   const SPARSE_PATTERN &p = matrix->pattern;
   matrix_vector_product(n, p.row_head_pointers, p.no_elements_in_row, p.columns, work.linear_lower.data(), x,
                         work.product.data());
@@ -133,7 +133,8 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
   const int mat_points = control_data().MAT_POINTS;
   double J[max_h_entries], R[max_element_edges];
   for (std::size_t k = 0; k < work.elements.size(); ++k) {
-    newton_element(*work.elements[k], x, coil_of(work, k), mat_points, with_jacobian ? J : nullptr, R);
+    newton_element(*work.elements[k], x, coil_of(work, k), mat_points, with_jacobian ? J : nullptr, R,
+                   fixed_point ? work.nu_fixed.data() + 3 * k : nullptr);
     scatter_element(*work.elements[k], with_jacobian ? J : nullptr, R, matrix, rhs_out);
   }
 }
@@ -203,6 +204,32 @@ double line_search(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, double *x, int n
   return tau;
 }
 
+// The fixed-point method's reluctivities: the secant H/B of each nonlinear element's law at its
+// centre, for the solution x.
+void update_fixed_point_nu(NONLINEAR_WORK &work, const double *x) {
+  TRANSFORM_SCRATCH scratch;
+  for (std::size_t k = 0; k < work.elements.size(); ++k) {
+    const V_ELEMENT &element = *work.elements[k];
+    const V_ELEMENT_TYPE &type = *element.type;
+    double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3],
+        curls[max_element_edges][3];
+    double a[max_element_edges];
+    element_xyz(element, xyz);
+    element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
+                            scratch);
+    local_values(element, x, a);
+    double B[3] = {0.0, 0.0, 0.0}, H[3];
+    for (int i = 0; i < type.no_edges; ++i)
+      for (int d = 0; d < 3; ++d) B[d] += a[i] * curls[i][d];
+    if (const double *coil = coil_of(work, k))
+      for (int d = 0; d < 3; ++d) B[d] += coil[d];
+    MATERIAL_POINT point{&element, type.center[0], type.center[1], type.center[2], {}};
+    element_point(type, xyz, point.u, point.v, point.w, point.position, scratch);
+    const MagneticProperty &magnetic = *element.material->magnetic;
+    magnetic.evaluate_secant(magnetic, B, point, H, work.nu_fixed.data() + 3 * k);
+  }
+}
+
 // Sum of the coils' unit fields at the step's amplitudes.
 void update_coil_field(NONLINEAR_WORK &work) {
   if (work.no_coils == 0) return;
@@ -219,7 +246,7 @@ void update_coil_field(NONLINEAR_WORK &work) {
 } // namespace
 
 void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
-                    double *R) {
+                    double *R, const double *nu_fixed) {
   const V_ELEMENT_TYPE &type = *element.type;
   const int E = type.no_edges;
   const MagneticProperty &magnetic = *element.material->magnetic;
@@ -240,7 +267,7 @@ void newton_element(const V_ELEMENT &element, const double *x, const double *coi
   // With MAT_POINTS 0 the law is evaluated once, at the centre, and carried to the Gauss points
   // by its tangent.
   double Bc[3], Hc[3], Tc[9];
-  if (mat_points == 0) {
+  if (mat_points == 0 && !nu_fixed) {
     element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
                             scratch);
     MATERIAL_POINT point{&element, type.center[0], type.center[1], type.center[2], {}};
@@ -255,7 +282,13 @@ void newton_element(const V_ELEMENT &element, const double *x, const double *coi
         points.w[q] * element_transform_edges(type, xyz, xi, eta, zeta, inverse, values, curls, scratch);
     double B[3], H[3], T[9];
     flux_density(coil ? coil + 3 * (q + 1) : nullptr, B);
-    if (mat_points == 0) {
+    if (nu_fixed) {
+      std::fill(T, T + 9, 0.0);
+      for (int d = 0; d < 3; ++d) {
+        T[4 * d] = nu_fixed[d];
+        H[d] = nu_fixed[d] * B[d];
+      }
+    } else if (mat_points == 0) {
       const double dB[3] = {B[0] - Bc[0], B[1] - Bc[1], B[2] - Bc[2]};
       tensor_times(Tc, dB, H);
       for (int d = 0; d < 3; ++d) H[d] += Hc[d];
@@ -292,6 +325,10 @@ NONLINEAR_WORK *make_nonlinear_work(const MESHED_MODEL &first_part, int no_unkno
   for (TaggedArray<double> *v : {&work->rhs_vector, &work->delta, &work->product})
     *v = TaggedArray<double>(n, "solution in  loop_of_non_linear_iteration");
   work->residual = TaggedArray<double>(n, "residual");
+  if (solver_settings().non_linear_iteration.method == 1)
+    work->nu_fixed =
+        TaggedArray<double>(std::max<std::int64_t>(3 * static_cast<std::int64_t>(work->elements.size()), 1),
+                            "nu_for_fixed_point");
   work->norm_vector = TaggedArray<double>(n, "norm_vector");
   // The coils whose field a nonlinear element carries, and that field at the elements' points.
   const FIELD_SOURCES &sources = field_sources();
@@ -357,6 +394,7 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
   std::memcpy(work.norm_vector.data(), work.rhs_vector.data(), sizeof(double) * static_cast<std::size_t>(n));
   NEWTON_RESULT result;
   double e = 0.0;
+  const int method = nl.method;
   for (int k = 0; k < std::max(nl.no_iterations, 0); ++k) {
     ++work.total_iterations;
     std::memcpy(matrix->matrix_lower, work.linear_lower.data(),
@@ -364,7 +402,9 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     matrix->is_factorised = 0;
     matrix->is_scaled = 0;
     double *rhs = equation.RHS;
-    residual_and_jacobian(work, matrix, x, rhs, true, n);
+    // The fixed-point method takes the secant reluctivities of the step's start.
+    if (method == 1 && k == 0) update_fixed_point_nu(work, x);
+    residual_and_jacobian(work, matrix, x, rhs, true, n, method == 1);
     if (nl.line_search) std::memcpy(work.residual.data(), rhs, sizeof(double) * static_cast<std::size_t>(n));
     // A later step that starts converged ends without a solve.
     if (k == 0 && nl.check_b == 0.0 && step > 1 && control_data().INITIAL_STEP != -1) {
@@ -396,16 +436,27 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     const bool zero = zero_residual || !solve.judged;
     e = zero ? 0.0 : figures.first_error;
     const double f = zero ? 0.0 : figures.error;
-    // The update: a plain step, or the line search along it.
+    // The update: a plain step, or Newton's line search along it.
     double factor = nl.relaxation;
-    if (nl.line_search) {
+    if (method == 0 && nl.line_search) {
       for (int i = 0; i < n; ++i) x[i] += work.delta[i];
       factor = line_search(work, matrix, x, n);
     } else {
       for (int i = 0; i < n; ++i) x[i] += nl.relaxation * work.delta[i];
     }
-    write_report(output, "Non_linear iteration No.%5d   error = %13.5e \n", k + 1, e);
-    write_check("Non_linear iteration No.%5d   error = %13.5e \n", k + 1, e);
+    if (method == 1) {
+      update_fixed_point_nu(work, x);
+      const double x2 = norm2(n, x);
+      const double change =
+          x2 > 0.0 ? std::fabs(nl.relaxation) * std::sqrt(norm2(n, work.delta.data()) / x2) : 0.0;
+      write_report(output, "Non_linear iteration No.%5d   error = %13.5e   Fixed-Point error = %13.5e \n",
+                   k + 1, e, change);
+      write_check("Non_linear iteration No.%5d   error = %13.5e   Fixed-Point error = %13.5e \n", k + 1, e,
+                  change);
+    } else {
+      write_report(output, "Non_linear iteration No.%5d   error = %13.5e \n", k + 1, e);
+      write_check("Non_linear iteration No.%5d   error = %13.5e \n", k + 1, e);
+    }
     write_newton_iteration(step, k + 1, e, solve.iterations);
     double delta_B = 0.0;
     if (nl.check_b != 0.0) {

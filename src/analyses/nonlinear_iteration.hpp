@@ -32,7 +32,8 @@ struct NONLINEAR_WORK {
   TaggedArray<double> coil_now;            // no_points x 3: the sum at the step's amplitudes
   TaggedArray<double> linear_lower;        // the file's matrix values
   TaggedArray<double> rhs_vector, delta, residual, norm_vector, product;
-  int total_iterations = 0; // Newton iterations of the run
+  TaggedArray<double> nu_fixed; // fixed-point method: 3 reluctivities per element
+  int total_iterations = 0;     // Newton iterations of the run
 };
 
 // The nonlinear elements of the chain and the coil field at their points; null when the model has
@@ -54,8 +55,10 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
 
 // One element's Newton terms at the solution x (no_unknowns, model numbering): the packed
 // Jacobian J (E rows, may be null) and the residual R (E values), in the element's local edge
-// directions. coil holds the coil's B at the element's centre and Gauss points (or is null).
+// directions. coil holds the coil's B at the element's centre and Gauss points (or is null). With
+// nu_fixed (three reluctivities along x, y, z) the law is the fixed-point one, H = nu B, and J is
+// the matrix of that nu.
 void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
-                    double *R);
+                    double *R, const double *nu_fixed = nullptr);
 
 } // namespace tesmora

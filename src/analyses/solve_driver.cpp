@@ -220,10 +220,7 @@ void solve_equation_stage(MESHED_MODEL &first_part) {
   if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC analysis");
   // NON_LINEAR 2, the effective permeability of AC phasors, belongs to the AC analysis.
   if (control.non_linear == 2) stop_at_unbuilt(UNBUILT::work, "effective-permeability iteration");
-  if (control.non_linear && solver_settings().non_linear_iteration.method != 0)
-    stop_at_unbuilt(UNBUILT::work, solver_settings().non_linear_iteration.method == 1
-                                       ? "fixed-point nonlinear method"
-                                       : "stored-tensor nonlinear method");
+
   if (control.electric_kind || control.is_thermal)
     stop_at_unbuilt(UNBUILT::work, "scalar-potential analysis");
   if (control.moving) stop_at_unbuilt(UNBUILT::work, "motion analysis");

@@ -158,6 +158,29 @@ TEST(NonlinearJob, LineSearchShortensTheWayIntoSaturation) {
   EXPECT_LT(iterations[1] + 3, iterations[0]);
 }
 
+// The fixed-point method (NON_LINEAR_METHOD 1) on the knee case: the same field as Newton's, the
+// error falling by a steady factor each iteration (linear convergence: 0.24 here) where
+// Newton's squares it, and the report's fixed-point lines.
+TEST(NonlinearJob, TheFixedPointMethodConvergesLinearlyToTheSameField) {
+  const CURVE curve = smooth_curve(120);
+  const double H0 = 300.0;
+  STATIC_DECK deck = nonlinear_slab(H0, curve);
+  deck.non_linear_card = "1.0e-6 1.0 100 0 0 0 0 1";
+  TempDir dir;
+  const NONLINEAR_RUN r = run_deck(dir, deck);
+  ASSERT_EQ(r.run.exit_status, 0) << r.check;
+  for (const auto &[number, c] : r.centroids)
+    if (c.property == 2) expect_close(r.elements.at(number)[0], table_B(curve, H0), 1e-5, 0.0);
+  EXPECT_NE(r.output.find("Fixed-Point error ="), std::string::npos);
+  ASSERT_GE(r.errors.size(), 6u);
+  EXPECT_LT(r.errors.back(), 1e-6);
+  for (std::size_t k = 2; k + 1 < r.errors.size(); ++k) {
+    const double ratio = r.errors[k + 1] / r.errors[k];
+    EXPECT_GT(ratio, 0.1) << "iteration " << k + 1;
+    EXPECT_LT(ratio, 0.5) << "iteration " << k + 1;
+  }
+}
+
 // A nonlinear job whose materials are all linear gives the linear closed form (mu_r B0 in the
 // iron) after one Newton step, and says it converged.
 TEST(NonlinearJob, ALinearMaterialTakesOneNewtonStep) {
