@@ -103,10 +103,14 @@ NONLINEAR_RUN run_deck(const TempDir &dir, const STATIC_DECK &deck) {
 // solver's tolerance, and the air keeps B0.
 TEST(NonlinearJob, SlabAlongTheFieldTakesTheCurvesFluxDensity) {
   const CURVE curve = smooth_curve(120);
-  for (const double H0 : {300.0, 2.0e5}) {
+  // The law at the element centres only (MAT_POINTS 0) or at every Gauss point (1).
+  for (const auto &[H0, mat_points] : {std::pair{300.0, 0}, std::pair{2.0e5, 0}, std::pair{300.0, 1}}) {
     SCOPED_TRACE(H0);
+    SCOPED_TRACE(mat_points);
+    STATIC_DECK deck = nonlinear_slab(H0, curve);
+    deck.mat_points = mat_points;
     TempDir dir;
-    const NONLINEAR_RUN r = run_deck(dir, nonlinear_slab(H0, curve));
+    const NONLINEAR_RUN r = run_deck(dir, deck);
     ASSERT_EQ(r.run.exit_status, 0) << r.check;
     const double B_iron = table_B(curve, H0);
     int iron = 0, air = 0;
@@ -179,6 +183,35 @@ TEST(NonlinearJob, TheFixedPointMethodConvergesLinearlyToTheSameField) {
     EXPECT_GT(ratio, 0.1) << "iteration " << k + 1;
     EXPECT_LT(ratio, 0.5) << "iteration " << k + 1;
   }
+}
+
+// A negative CHECK_B judges by Max delta B alone: every iteration reports its largest change of
+// B, the loop ends with it below the limit in every element, and the changes add up to at least
+// the way from the coil's field to the curve's (the triangle inequality).
+TEST(NonlinearJob, ANegativeCheckBStopsOnTheChangeOfB) {
+  const CURVE curve = smooth_curve(120);
+  const double H0 = 300.0;
+  STATIC_DECK deck = nonlinear_slab(H0, curve);
+  deck.non_linear_card = "1.0e-6 1.0 50 0 0 -1e-6 0 0";
+  TempDir dir;
+  const NONLINEAR_RUN r = run_deck(dir, deck);
+  ASSERT_EQ(r.run.exit_status, 0) << r.check;
+  const std::regex line(
+      "Max delta B =\\s*(\\S+), Element No\\.= (\\d+), Number of unsatisfied elements= (\\d+)");
+  std::vector<double> changes;
+  std::vector<int> unsatisfied;
+  for (auto it = std::sregex_iterator(r.output.begin(), r.output.end(), line); it != std::sregex_iterator();
+       ++it) {
+    changes.push_back(std::stod((*it)[1]));
+    unsatisfied.push_back(std::stoi((*it)[3]));
+  }
+  ASSERT_EQ(changes.size(), r.errors.size());
+  ASSERT_GE(changes.size(), 2u);
+  EXPECT_LT(changes.back(), 1e-6);
+  EXPECT_EQ(unsatisfied.back(), 0);
+  double sum = 0.0;
+  for (double c : changes) sum += c;
+  EXPECT_GE(sum, table_B(curve, H0) - mu0 * H0);
 }
 
 // A nonlinear job whose materials are all linear gives the linear closed form (mu_r B0 in the
