@@ -214,6 +214,25 @@ TEST(NonlinearJob, ANegativeCheckBStopsOnTheChangeOfB) {
   EXPECT_GE(sum, table_B(curve, H0) - mu0 * H0);
 }
 
+// A second step with the same source starts from the converged first: its residual is below the
+// limit, so it ends at iteration 0 without a solve, and both steps keep the curve's field.
+TEST(NonlinearJob, ASecondStepThatStartsConvergedNeedsNoSolve) {
+  const CURVE curve = smooth_curve(120);
+  STATIC_DECK deck = nonlinear_slab(300.0, curve);
+  deck.no_steps = 2;
+  TempDir dir;
+  const NONLINEAR_RUN r = run_deck(dir, deck);
+  ASSERT_EQ(r.run.exit_status, 0) << r.check;
+  const std::size_t zero = r.output.find("Non_linear iteration No.    0   error =");
+  ASSERT_NE(zero, std::string::npos);
+  EXPECT_EQ(r.output.find("*** ICCG iteration ***", zero), std::string::npos);
+  EXPECT_LT(r.errors.back(), 1e-6);
+  const std::string json = read_file(dir.file("output.json"));
+  EXPECT_TRUE(
+      std::regex_search(json, std::regex("\"NEWTON\"\\s*:\\s*\\{\\s*\"CONVERGE\"\\s*:\\s*\\[1,\\s*1\\]")))
+      << json;
+}
+
 // A nonlinear job whose materials are all linear gives the linear closed form (mu_r B0 in the
 // iron) after one Newton step, and says it converged.
 TEST(NonlinearJob, ALinearMaterialTakesOneNewtonStep) {
