@@ -131,11 +131,30 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
                         work.product.data());
   for (int i = 0; i < n; ++i) rhs_out[i] = work.rhs_vector[i] - work.product[i];
   const int mat_points = control_data().MAT_POINTS;
-  double J[max_h_entries], R[max_element_edges];
-  for (std::size_t k = 0; k < work.elements.size(); ++k) {
-    newton_element(*work.elements[k], x, coil_of(work, k), mat_points, with_jacobian ? J : nullptr, R,
-                   fixed_point ? work.nu_fixed.data() + 3 * k : nullptr);
-    scatter_element(*work.elements[k], with_jacobian ? J : nullptr, R, matrix, rhs_out);
+  // The element terms in parallel, a chunk at a time into buffers, then added in element order
+  // so that the sums do not depend on the threads.
+  constexpr int chunk = 2048;
+  const int count = static_cast<int>(work.elements.size());
+  int edges = 1;
+  for (const V_ELEMENT *element : work.elements) edges = std::max(edges, element->type->no_edges);
+  const int J_size = with_jacobian ? edges * (edges + 1) / 2 : 0;
+  TaggedArray<double> J(std::max(static_cast<std::int64_t>(chunk) * J_size, std::int64_t{1}),
+                        "element_matrices");
+  TaggedArray<double> R(static_cast<std::int64_t>(chunk) * edges, "element_matrices");
+  for (int first = 0; first < count; first += chunk) {
+    const int last = std::min(count, first + chunk);
+#pragma omp parallel for schedule(dynamic, 32)
+    for (int k = first; k < last; ++k) {
+      const std::size_t e = static_cast<std::size_t>(k);
+      newton_element(*work.elements[e], x, coil_of(work, e), mat_points,
+                     with_jacobian ? J.data() + static_cast<std::int64_t>(k - first) * J_size : nullptr,
+                     R.data() + static_cast<std::int64_t>(k - first) * edges,
+                     fixed_point ? work.nu_fixed.data() + 3 * k : nullptr);
+    }
+    for (int k = first; k < last; ++k)
+      scatter_element(*work.elements[static_cast<std::size_t>(k)],
+                      with_jacobian ? J.data() + static_cast<std::int64_t>(k - first) * J_size : nullptr,
+                      R.data() + static_cast<std::int64_t>(k - first) * edges, matrix, rhs_out);
   }
 }
 
