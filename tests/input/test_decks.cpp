@@ -23,7 +23,8 @@ protected:
 };
 
 // The static example runs to its end; the AC and transient ones stop where this build's
-// analyses end, after their matrices.
+// analyses end, after their matrices, and the nonlinear TEAM 13 deck where the nonlinear iteration
+// would begin.
 TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
   const std::map<std::string, std::string> stops = {
       {"static", ""},
@@ -32,7 +33,9 @@ TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
       {"coil_plate", ""},
       {"ac", "**** The AC analysis is not part of this build of the program. Job is stopped. ****\n"},
       {"transient",
-       "**** The transient analysis is not part of this build of the program. Job is stopped. ****\n"}};
+       "**** The transient analysis is not part of this build of the program. Job is stopped. ****\n"},
+      {"team13",
+       "**** The nonlinear iteration is not part of this build of the program. Job is stopped. ****\n"}};
   for (const auto &[name, message] : stops) {
     SCOPED_TRACE(name);
     const std::string deck = example_deck(name);
@@ -83,6 +86,25 @@ TEST(ExampleDecks, SphereWithPermeabilityOneDiffersOnlyInTheIronCard) {
       EXPECT_EQ(air[i], iron[i]);
   }
   EXPECT_NE(std::find(iron.begin(), iron.end(), "1 1 0 0.0 1000.0 0 0 0 0"), iron.end());
+}
+
+// TEAM 13's linear stand-in is the nonlinear deck with NON_LINEAR 0 and the steel linear (mu_r 1000
+// instead of B-H curve 1), and must stay so: nothing else may drift between the two decks.
+TEST(ExampleDecks, Team13LinearStandInDiffersOnlyInTheNonlinearFlagAndTheSteelCard) {
+  const std::string folder = std::string(TESMORA_SOURCE_DIR) + "/examples/team13/";
+  const std::vector<std::string> nonlinear = cards_of(read_file(folder + "input"));
+  const std::vector<std::string> linear = cards_of(read_file(folder + "input_linear"));
+  const std::map<std::string, std::string> changed = {{"1 0 0 0 0 1 0 0", "1 0 0 0 0 0 0 0"},
+                                                      {"1 1 1 0.0 0.0 0 0 0 0", "1 1 0 0.0 1000.0 0 0 0 0"}};
+  ASSERT_EQ(nonlinear.size(), linear.size());
+  int no_changed = 0;
+  for (std::size_t i = 0; i < nonlinear.size(); ++i) {
+    SCOPED_TRACE(nonlinear[i]);
+    const auto it = changed.find(nonlinear[i]);
+    EXPECT_EQ(linear[i], it == changed.end() ? nonlinear[i] : it->second);
+    no_changed += it != changed.end();
+  }
+  EXPECT_EQ(no_changed, 2);
 }
 
 TEST_F(DeckRuns, OnlyTheReleaseCardIsInsufficient) {

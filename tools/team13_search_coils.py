@@ -1,0 +1,263 @@
+#!/usr/bin/env python3
+# Mean normal flux density over the 25 search-coil sections of TEAM problem 13, from a finished job.
+"""Averages B over the search-coil sections of TEAM problem 13 from a finished job folder.
+
+    tools/team13_search_coils.py JOB_FOLDER [--csv FILE] [--mesh FILE] [--steel N]
+    tools/team13_search_coils.py --self-check [--csv FILE] [--mesh FILE]
+
+Reads the element values of data set 56 (B at element centres, last step) of the UNV file
+`magnetic` in JOB_FOLDER, the hexahedra of the NASTRAN mesh (`pre_geom.nas` there by default) and
+the sections of the measured table (by default ../shared/validation/team13_avgB_measured_1000AT.csv
+beside the repository). Each row of the table names a rectangle in mm, flat in one coordinate, and
+the component normal to it; the tool prints the mean of that component over the rectangle beside
+the two measured columns.
+
+How the mean is taken. The mesh of examples/team13 is a grid of hexahedra that are boxes along the
+axes, and every section lies on or across grid planes. For the lowest-order edge element on such a
+box, the normal component of B = curl A on a plane normal to an axis depends only on the
+coordinate along that axis: it is constant over the element's cut, and its value at the centre is
+the mean of its values on the two faces normal to the axis. So the flux through the section is the
+sum over the steel elements it crosses of (overlap area) x (B_n in that element at the plane), and
+the element-centre value stands for that to the extent B_n varies linearly through the element
+(the element value also holds the coil's own field at the centre, which is smooth there).
+Where the section lies on a grid plane (z = 0, z = 60 mm, x = 2.1 mm, x = 122.1 mm, ...), the
+elements on each side are averaged separately and the two sides then averaged when both are
+steel; at z = 0 and x = 2.1 mm only one side is steel and is taken alone. The overlap areas are
+exact, so no sampling error enters. A mesh with elements other than axis-aligned boxes is refused.
+
+--self-check replaces the computed B by a linear field whose normal component varies only along
+the section, and compares each mean with the closed-form mean over the rectangle.
+"""
+
+import argparse
+import os
+import sys
+
+MM = 1.0e-3  # the table's unit, in the mesh's metres
+AXES = {"x": 0, "y": 1, "z": 2}
+SURFACE_TOL = 1.0e-7  # m: a box face closer than this to a section plane lies on it
+
+
+def nastran_fields(line):
+    """The fields of one NASTRAN line: free fields between commas, or small fields of eight
+    columns."""
+    if "," in line:
+        fields = [f.strip() for f in line.rstrip("\n").split(",")]
+        if len(fields) > 1 and fields[-1][:1] == "+":  # the name of the continuation line
+            fields.pop()
+        return fields
+    text = line.rstrip("\n")
+    return [text[i : i + 8].strip() for i in range(0, min(len(text), 72), 8)]
+
+
+def nastran_real(text):
+    """A NASTRAN real, including the exponent without its letter ("1.5-3")."""
+    t = text.strip().upper().replace("D", "E")
+    if "E" not in t:
+        for k in range(len(t) - 1, 0, -1):
+            if t[k] in "+-":
+                t = t[:k] + "E" + t[k:]
+                break
+    return float(t)
+
+
+def read_nastran_mesh(path):
+    """GRID points by number and CHEXA/CTETRA elements by number: (property, node numbers)."""
+    points = {}
+    elements = {}
+    cards = []
+    with open(path) as f:
+        for line in f:
+            if line.startswith("$") or not line.strip():
+                continue
+            if line[0] in "+*" and cards:  # a continuation line carries on the card
+                cards[-1] += nastran_fields(line)[1:]
+            else:
+                cards.append(nastran_fields(line))
+    for c in cards:
+        name = c[0].rstrip("*")
+        if name == "GRID":
+            points[int(c[1])] = tuple(nastran_real(c[k]) for k in (3, 4, 5))
+        elif name in ("CHEXA", "CTETRA", "CPENTA"):
+            nodes = [int(v) for v in c[3:] if v]
+            elements[int(c[1])] = (int(c[2]), nodes)
+    return points, elements
+
+
+def read_unv_element_values(path, data_set=56):
+    """Element values of the last UNV data set `data_set` in the file: number -> (Bx, By, Bz)."""
+    with open(path) as f:
+        lines = f.read().split("\n")
+    values = {}
+    marker = "%6d" % data_set
+    for k in range(1, len(lines)):
+        if lines[k] != marker or lines[k - 1] != "    -1":
+            continue
+        values = {}  # a later step replaces an earlier one
+        at = k + 9  # label, kind, three empty lines, three head lines
+        while at + 1 < len(lines) and lines[at] != "    -1":
+            number = int(lines[at][:10])
+            row = [float(lines[at + 1][13 * v : 13 * v + 13]) for v in range(3)]
+            values[number] = tuple(row)
+            at += 2
+    return values
+
+
+def read_sections(path):
+    """The rows of the measured table: point, bounds (mm), normal axis, the two measured columns."""
+    sections = []
+    with open(path) as f:
+        head = f.readline().strip().split(",")
+        for line in f:
+            if not line.strip():
+                continue
+            row = dict(zip(head, line.strip().split(",")))
+            lo = [float(row[a + "_min_mm"]) * MM for a in "xyz"]
+            hi = [float(row[a + "_max_mm"]) * MM for a in "xyz"]
+            sections.append(
+                {
+                    "point": int(row["point"]),
+                    "lo": lo,
+                    "hi": hi,
+                    "normal": AXES[row["flux_normal"]],
+                    "measured": (
+                        float(row["B_avg_T_gap_0p52mm"]),
+                        float(row["B_avg_T_gap_0p47mm"]),
+                    ),
+                }
+            )
+    return sections
+
+
+def element_boxes(points, elements):
+    """Each element as an axis-aligned box (lo, hi, property); any other shape is refused."""
+    boxes = {}
+    for number, (prop, nodes) in elements.items():
+        xyz = [points[n] for n in nodes]
+        lo = [min(p[d] for p in xyz) for d in range(3)]
+        hi = [max(p[d] for p in xyz) for d in range(3)]
+        if len(nodes) != 8 or any(
+            min(abs(p[d] - lo[d]), abs(p[d] - hi[d])) > SURFACE_TOL for p in xyz for d in range(3)
+        ):
+            sys.exit("element %d is not a box along the axes; only such meshes are handled" % number)
+        boxes[number] = (lo, hi, prop)
+    return boxes
+
+
+def overlap(a0, a1, b0, b1):
+    return max(0.0, min(a1, b1) - max(a0, b0))
+
+
+def section_mean(section, boxes, values, steel):
+    """Mean of the normal component over the section, or None where steel does not cover it, and
+    how it was taken."""
+    n = section["normal"]
+    u, v = [d for d in range(3) if d != n]
+    plane = section["lo"][n]
+    lo, hi = section["lo"], section["hi"]
+    area = (hi[u] - lo[u]) * (hi[v] - lo[v])
+    sums = {+1: [0.0, 0.0], -1: [0.0, 0.0]}  # side -> [area-weighted B_n, area]
+    for number, (blo, bhi, prop) in boxes.items():
+        if prop != steel:
+            continue
+        if blo[n] > plane + SURFACE_TOL or bhi[n] < plane - SURFACE_TOL:
+            continue
+        w = overlap(blo[u], bhi[u], lo[u], hi[u]) * overlap(blo[v], bhi[v], lo[v], hi[v])
+        if w == 0.0:
+            continue
+        sides = []
+        if bhi[n] > plane + SURFACE_TOL:
+            sides.append(+1)
+        if blo[n] < plane - SURFACE_TOL:
+            sides.append(-1)
+        for s in sides:
+            sums[s][0] += w * values[number][n]
+            sums[s][1] += w
+    full = [s for s in (+1, -1) if sums[s][1] > 0.999 * area]
+    if not full:
+        best = max(sums[+1][1], sums[-1][1]) / area
+        return None, "steel covers %.0f %%" % (100 * best)
+    mean = sum(sums[s][0] / sums[s][1] for s in full) / len(full)
+    if sums[+1] == sums[-1]:
+        return mean, "across elements"
+    return mean, "grid plane, %s" % ("both sides" if len(full) == 2 else "one side")
+
+
+def check_field(centre, n):
+    """The field of --self-check: B_n = 1 + 2 p + 3 q over the two other coordinates p < q (in m),
+    independent of the normal coordinate."""
+    p, q = [centre[d] for d in range(3) if d != n]
+    return 1.0 + 2.0 * p + 3.0 * q
+
+
+def self_check(sections, boxes, steel):
+    worst = 0.0
+    for s in sections:
+        n = s["normal"]
+        field = {}
+        for number, (blo, bhi, _) in boxes.items():
+            centre = [0.5 * (blo[d] + bhi[d]) for d in range(3)]
+            row = [0.0, 0.0, 0.0]
+            row[n] = check_field(centre, n)
+            field[number] = row
+        mean, _ = section_mean(s, boxes, field, steel)
+        middle = [0.5 * (s["lo"][d] + s["hi"][d]) for d in range(3)]
+        exact = check_field(middle, n)  # a linear field's mean over a rectangle: its middle value
+        if mean is None:
+            print("point %2d: the section is not covered by steel elements" % s["point"])
+            return 1
+        worst = max(worst, abs(mean - exact))
+        print("point %2d: mean %.12f, closed form %.12f" % (s["point"], mean, exact))
+    print("largest difference %.3e" % worst)
+    return 0 if worst < 1e-12 else 1
+
+
+def section_text(section):
+    """The section's bounds in mm: "x 0..1.6 y -25..25 z 10"."""
+    parts = []
+    for a, d in AXES.items():
+        lo, hi = section["lo"][d] / MM, section["hi"][d] / MM
+        parts.append("%s %g" % (a, lo) if lo == hi else "%s %g..%g" % (a, lo, hi))
+    return " ".join(parts)
+
+
+def main():
+    root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    validation = os.path.join(root, "..", "shared", "validation")
+    default_csv = os.path.join(validation, "team13_avgB_measured_1000AT.csv")
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("job", nargs="?", help="a finished job folder (with magnetic and the mesh)")
+    parser.add_argument("--csv", default=default_csv, help="the table of sections")
+    parser.add_argument("--mesh", help="the NASTRAN mesh (default: JOB/pre_geom.nas)")
+    parser.add_argument("--steel", type=int, default=1, help="the steel's property number")
+    parser.add_argument(
+        "--self-check", action="store_true", help="check the averaging on a linear field"
+    )
+    args = parser.parse_args()
+    if not args.self_check and not args.job:
+        parser.error("give a job folder, or --self-check")
+    folder = args.job or os.path.join(root, "examples", "team13")
+    mesh = args.mesh or os.path.join(folder, "pre_geom.nas")
+    sections = read_sections(args.csv)
+    points, elements = read_nastran_mesh(mesh)
+    boxes = element_boxes(points, elements)
+    if args.self_check:
+        return self_check(sections, boxes, args.steel)
+    values = read_unv_element_values(os.path.join(args.job, "magnetic"))
+    missing = [k for k, box in boxes.items() if box[2] == args.steel and k not in values]
+    if missing:
+        sys.exit("%d steel elements have no value in magnetic (first %d)" % (len(missing), missing[0]))
+    print("| point | section (mm) | component | measured 0.52 mm (T) | measured 0.47 mm (T) "
+          "| computed (T) | how |")
+    print("|---|---|---|---|---|---|---|")
+    for s in sections:
+        mean, how = section_mean(s, boxes, values, args.steel)
+        text = "%+.4f" % mean if mean is not None else "-"
+        print("| %d | %s | B%s | %.3f | %.3f | %s | %s |" % (
+            s["point"], section_text(s), "xyz"[s["normal"]], s["measured"][0], s["measured"][1],
+            text, how))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
