@@ -20,6 +20,7 @@
 #include "sources/source_matrices.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -126,6 +127,7 @@ const double *coil_of(const NONLINEAR_WORK &work, std::size_t k) {
 // added into the matrix (which then holds the linear values on entry).
 void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const double *x, double *rhs_out,
                            bool with_jacobian, int n, bool fixed_point = false) {
+  const auto start = std::chrono::steady_clock::now();
   const SPARSE_PATTERN &p = matrix->pattern;
   matrix_vector_product(n, p.row_head_pointers, p.no_elements_in_row, p.columns, work.linear_lower.data(), x,
                         work.product.data());
@@ -156,6 +158,7 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
                       with_jacobian ? J.data() + static_cast<std::int64_t>(k - first) * J_size : nullptr,
                       R.data() + static_cast<std::int64_t>(k - first) * edges, matrix, rhs_out);
   }
+  work.element_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 // Max delta B over the nonlinear elements at their centres, for the update factor `factor`.
@@ -412,6 +415,7 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
   }
   std::memcpy(work.norm_vector.data(), work.rhs_vector.data(), sizeof(double) * static_cast<std::size_t>(n));
   NEWTON_RESULT result;
+  const double element_before = work.element_seconds, solve_before = work.solve_seconds;
   double e = 0.0;
   const int method = nl.method;
   for (int k = 0; k < std::max(nl.no_iterations, 0); ++k) {
@@ -448,8 +452,11 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
       request.norm_vector = norm_copy.data();
     }
     const bool zero_residual = norm2(n, rhs) == 0.0;
+    const auto solve_start = std::chrono::steady_clock::now();
     const SOLVE_RESULT solve =
         solve_sparse_matrix(matrix, rhs, work.delta.data(), n, settings, figures, request);
+    work.solve_seconds +=
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - solve_start).count();
     record_solve_result(solve);
     // A zero residual needs no solve: the error is 0.
     const bool zero = zero_residual || !solve.judged;
@@ -459,7 +466,10 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     double factor = nl.relaxation;
     if (method == 0 && nl.line_search) {
       for (int i = 0; i < n; ++i) x[i] += work.delta[i];
+      const auto search_start = std::chrono::steady_clock::now();
       factor = line_search(work, matrix, x, n);
+      work.search_seconds +=
+          std::chrono::duration<double>(std::chrono::steady_clock::now() - search_start).count();
     } else {
       for (int i = 0; i < n; ++i) x[i] += nl.relaxation * work.delta[i];
     }
@@ -504,6 +514,8 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     }
     if (k + 1 == nl.no_iterations) write_report(output, "Max non_linear iteration.\n");
   }
+  result.element_seconds = work.element_seconds - element_before;
+  result.solve_seconds = work.solve_seconds - solve_before;
   return result;
 }
 

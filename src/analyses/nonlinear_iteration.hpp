@@ -34,6 +34,9 @@ struct NONLINEAR_WORK {
   TaggedArray<double> rhs_vector, delta, residual, norm_vector, product;
   TaggedArray<double> nu_fixed; // fixed-point method: 3 reluctivities per element
   int total_iterations = 0;     // Newton iterations of the run
+  // Wall seconds of the run's Newton loops: the element terms (residual and Jacobian, also those
+  // of the line search), the linear solves, the line search as a whole.
+  double element_seconds = 0.0, solve_seconds = 0.0, search_seconds = 0.0;
 };
 
 // The nonlinear elements of the chain and the coil field at their points; null when the model has
@@ -46,6 +49,7 @@ struct NEWTON_RESULT {
   int converged = 0;   // stopped by the tests rather than by the iteration limit
   int iterations = 0;  // Newton iterations of the step
   double residual = 0; // the last error (or Max delta B when only delta B judges)
+  double element_seconds = 0.0, solve_seconds = 0.0; // wall time of the step's element terms and solves
 };
 
 // One static step: equation.RHS holds the step's source load, equation.solution the start (the

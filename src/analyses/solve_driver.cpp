@@ -67,7 +67,8 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
       write_fault("Residual have NaN\n");
       stop_job(1);
     }
-    write_newton_result(step, result.iterations, result.residual, result.converged != 0);
+    write_newton_result(step, result.iterations, result.residual, result.converged != 0,
+                        result.element_seconds, result.solve_seconds);
     write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
     return;
   }

@@ -73,13 +73,15 @@ void write_newton_iteration(int step, int iteration, double error, int solver_it
                  solver_iterations);
 }
 
-void write_newton_result(int step, int iterations, double error, bool converged) {
+void write_newton_result(int step, int iterations, double error, bool converged, double element_seconds,
+                         double solve_seconds) {
   if (!converged) {
     if (the_terminal.no_unconverged_solves == 0) the_terminal.first_unconverged_step = step;
     ++the_terminal.no_unconverged_solves;
   }
-  write_terminal("  step %d: nonlinear, %d Newton iterations, error %.3e%s\n", step, iterations, error,
-                 converged ? "" : ", did not converge");
+  write_terminal(
+      "  step %d: nonlinear, %d Newton iterations, error %.3e%s; element terms %.3f s, solves %.3f s\n", step,
+      iterations, error, converged ? "" : ", did not converge", element_seconds, solve_seconds);
 }
 
 long long peak_resident_bytes() {

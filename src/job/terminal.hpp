@@ -32,8 +32,10 @@ void write_linear_solve(int step, int iterations, double residual, bool converge
 // Prints one Newton iteration of step `step`: its error (the residual before the correction,
 // relative to the step's load) and the iterations of its linear solve.
 void write_newton_iteration(int step, int iteration, double error, int solver_iterations);
-// Prints the end of a step's Newton loop and keeps the first step that did not converge.
-void write_newton_result(int step, int iterations, double error, bool converged);
+// Prints the end of a step's Newton loop, with the wall seconds of its element terms and of its
+// linear solves, and keeps the first step that did not converge.
+void write_newton_result(int step, int iterations, double error, bool converged, double element_seconds,
+                         double solve_seconds);
 
 // The closing line: exit status, wall time, peak of live tagged bytes, peak resident size and
 // the first step whose solve did not converge, if any.

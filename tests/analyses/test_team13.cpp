@@ -146,7 +146,7 @@ TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
     ASSERT_FALSE(std::isnan(mean));
     const double error = (mean - s.measured) / s.measured;
     sum += std::fabs(error);
-    // The tolerance this mesh allows (tests/analyses/team13/README.md): 12 % at the sections of
+    // The tolerance this mesh allows (examples/team13/README.md): 12 % at the sections of
     // the plate, the flange and the wall, 16 % at the channel's corner (points 18, 19) and at
     // point 8, in the flange next to the gap, where the measured flux is the smallest.
     const bool corner = s.point == 8 || s.point == 18 || s.point == 19;
