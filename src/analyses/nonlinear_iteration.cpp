@@ -55,6 +55,20 @@ void local_values(const V_ELEMENT &element, const double *x, double *a) {
   }
 }
 
+// The curl of the edge values x at the element's centre (the coil's field not included).
+void centre_curl(const V_ELEMENT &element, const double *x, double B[3], TRANSFORM_SCRATCH &scratch) {
+  const V_ELEMENT_TYPE &type = *element.type;
+  double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
+  double a[max_element_edges];
+  element_xyz(element, xyz);
+  element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
+                          scratch);
+  local_values(element, x, a);
+  B[0] = B[1] = B[2] = 0.0;
+  for (int i = 0; i < type.no_edges; ++i)
+    for (int d = 0; d < 3; ++d) B[d] += a[i] * curls[i][d];
+}
+
 double dot3(const double *a, const double *b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
 void tensor_times(const double *T, const double *v, double *out) {
@@ -170,17 +184,8 @@ double max_delta_B(const NONLINEAR_WORK &work, const double *delta, double facto
   TRANSFORM_SCRATCH scratch;
   for (std::size_t k = 0; k < work.elements.size(); ++k) {
     const V_ELEMENT &element = *work.elements[k];
-    const V_ELEMENT_TYPE &type = *element.type;
-    double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3],
-        curls[max_element_edges][3];
-    double a[max_element_edges];
-    element_xyz(element, xyz);
-    element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
-                            scratch);
-    local_values(element, delta, a);
-    double dB[3] = {0.0, 0.0, 0.0};
-    for (int i = 0; i < type.no_edges; ++i)
-      for (int d = 0; d < 3; ++d) dB[d] += a[i] * curls[i][d];
+    double dB[3];
+    centre_curl(element, delta, dB, scratch);
     const double size = std::fabs(factor) * std::sqrt(dot3(dB, dB));
     if (size >= limit) ++unsatisfied;
     if (size > largest) {
@@ -233,16 +238,9 @@ void update_fixed_point_nu(NONLINEAR_WORK &work, const double *x) {
   for (std::size_t k = 0; k < work.elements.size(); ++k) {
     const V_ELEMENT &element = *work.elements[k];
     const V_ELEMENT_TYPE &type = *element.type;
-    double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3],
-        curls[max_element_edges][3];
-    double a[max_element_edges];
+    double B[3], H[3], xyz[max_element_nodes][3];
+    centre_curl(element, x, B, scratch);
     element_xyz(element, xyz);
-    element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
-                            scratch);
-    local_values(element, x, a);
-    double B[3] = {0.0, 0.0, 0.0}, H[3];
-    for (int i = 0; i < type.no_edges; ++i)
-      for (int d = 0; d < 3; ++d) B[d] += a[i] * curls[i][d];
     if (const double *coil = coil_of(work, k))
       for (int d = 0; d < 3; ++d) B[d] += coil[d];
     MATERIAL_POINT point{&element, type.center[0], type.center[1], type.center[2], {}};

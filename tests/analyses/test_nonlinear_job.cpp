@@ -99,6 +99,18 @@ NONLINEAR_RUN run_deck(const TempDir &dir, const STATIC_DECK &deck) {
   return out;
 }
 
+// The deck with another nonlinear card.
+STATIC_DECK with_card(STATIC_DECK deck, const char *card) {
+  deck.non_linear_card = card;
+  return deck;
+}
+
+// Bx of every iron element is B to the six digits of the post file.
+void expect_iron_B(const NONLINEAR_RUN &r, double B) {
+  for (const auto &[number, c] : r.centroids)
+    if (c.property == 2) expect_close(r.elements.at(number)[0], B, 1e-5, 0.0);
+}
+
 // In the knee and deep in saturation, B in every iron element is the curve's B(H0) to the
 // solver's tolerance, and the air keeps B0.
 TEST(NonlinearJob, SlabAlongTheFieldTakesTheCurvesFluxDensity) {
@@ -155,8 +167,7 @@ TEST(NonlinearJob, LineSearchShortensTheWayIntoSaturation) {
     ASSERT_EQ(r.run.exit_status, 0) << r.check;
     iterations[search] = r.errors.size();
     EXPECT_LT(r.errors.back(), 1e-6);
-    for (const auto &[number, c] : r.centroids)
-      if (c.property == 2) expect_close(r.elements.at(number)[0], table_B(curve, H0), 1e-5, 0.0);
+    expect_iron_B(r, table_B(curve, H0));
     EXPECT_EQ(search == 1, r.check.find("searched tau=") != std::string::npos);
   }
   EXPECT_LT(iterations[1] + 3, iterations[0]);
@@ -168,13 +179,10 @@ TEST(NonlinearJob, LineSearchShortensTheWayIntoSaturation) {
 TEST(NonlinearJob, TheFixedPointMethodConvergesLinearlyToTheSameField) {
   const CURVE curve = smooth_curve(120);
   const double H0 = 300.0;
-  STATIC_DECK deck = nonlinear_slab(H0, curve);
-  deck.non_linear_card = "1.0e-6 1.0 100 0 0 0 0 1";
   TempDir dir;
-  const NONLINEAR_RUN r = run_deck(dir, deck);
+  const NONLINEAR_RUN r = run_deck(dir, with_card(nonlinear_slab(H0, curve), "1.0e-6 1.0 100 0 0 0 0 1"));
   ASSERT_EQ(r.run.exit_status, 0) << r.check;
-  for (const auto &[number, c] : r.centroids)
-    if (c.property == 2) expect_close(r.elements.at(number)[0], table_B(curve, H0), 1e-5, 0.0);
+  expect_iron_B(r, table_B(curve, H0));
   EXPECT_NE(r.output.find("Fixed-Point error ="), std::string::npos);
   ASSERT_GE(r.errors.size(), 6u);
   EXPECT_LT(r.errors.back(), 1e-6);
@@ -191,10 +199,8 @@ TEST(NonlinearJob, TheFixedPointMethodConvergesLinearlyToTheSameField) {
 TEST(NonlinearJob, ANegativeCheckBStopsOnTheChangeOfB) {
   const CURVE curve = smooth_curve(120);
   const double H0 = 300.0;
-  STATIC_DECK deck = nonlinear_slab(H0, curve);
-  deck.non_linear_card = "1.0e-6 1.0 50 0 0 -1e-6 0 0";
   TempDir dir;
-  const NONLINEAR_RUN r = run_deck(dir, deck);
+  const NONLINEAR_RUN r = run_deck(dir, with_card(nonlinear_slab(H0, curve), "1.0e-6 1.0 50 0 0 -1e-6 0 0"));
   ASSERT_EQ(r.run.exit_status, 0) << r.check;
   const std::regex line(
       "Max delta B =\\s*(\\S+), Element No\\.= (\\d+), Number of unsatisfied elements= (\\d+)");
@@ -242,8 +248,7 @@ TEST(NonlinearJob, ALinearMaterialTakesOneNewtonStep) {
   const NONLINEAR_RUN r = run_deck(dir, deck);
   ASSERT_EQ(r.run.exit_status, 0) << r.check;
   EXPECT_EQ(r.errors.size(), 1u);
-  for (const auto &[number, c] : r.centroids)
-    if (c.property == 2) expect_close(r.elements.at(number)[0], 100.0 * mu0 * 1000.0, 1e-5, 0.0);
+  expect_iron_B(r, 100.0 * mu0 * 1000.0);
   const std::string json = read_file(dir.file("output.json"));
   EXPECT_TRUE(std::regex_search(json, std::regex("\"NEWTON\"\\s*:\\s*\\{\\s*\"CONVERGE\"\\s*:\\s*\\[1\\]")))
       << json;
