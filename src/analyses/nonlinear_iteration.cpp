@@ -9,6 +9,7 @@
 #include "job/report.hpp"
 #include "job/run_files.hpp"
 #include "job/terminal.hpp"
+#include "materials/bh_curve.hpp"
 #include "materials/magnetic_property.hpp"
 #include "materials/material_tables.hpp"
 #include "mesh/element_transform.hpp"
@@ -23,6 +24,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <new>
 
 namespace tesmora {
@@ -391,6 +393,40 @@ void free_nonlinear_work(NONLINEAR_WORK **work) {
   (*work)->~NONLINEAR_WORK();
   free_named(*work, work_tag);
   *work = nullptr;
+}
+
+void write_saturation(const NONLINEAR_WORK &work, const double *x, int step) {
+  struct STATE {
+    double B = 0.0, H = 0.0, mu_low = 1e300, mu_high = 0.0;
+  };
+  std::map<int, STATE> materials; // by MAT_ID
+  TRANSFORM_SCRATCH scratch;
+  for (std::size_t k = 0; k < work.elements.size(); ++k) {
+    const V_ELEMENT &element = *work.elements[k];
+    const V_ELEMENT_TYPE &type = *element.type;
+    double B[3], H[3], T[9], xyz[max_element_nodes][3];
+    centre_curl(element, x, B, scratch);
+    if (const double *coil = coil_of(work, k))
+      for (int d = 0; d < 3; ++d) B[d] += coil[d];
+    element_xyz(element, xyz);
+    MATERIAL_POINT point{&element, type.center[0], type.center[1], type.center[2], {}};
+    element_point(type, xyz, point.u, point.v, point.w, point.position, scratch);
+    const MagneticProperty &magnetic = *element.material->magnetic;
+    magnetic.evaluate(magnetic, B, point, H, T);
+    const double b = std::sqrt(dot3(B, B)), h = std::sqrt(dot3(H, H));
+    STATE &state = materials[element.material->id];
+    state.B = std::max(state.B, b);
+    state.H = std::max(state.H, h);
+    if (h > 0.0) {
+      const double mu_r = b / (mu0 * h);
+      state.mu_low = std::min(state.mu_low, mu_r);
+      state.mu_high = std::max(state.mu_high, mu_r);
+    }
+  }
+  for (const auto &[id, state] : materials)
+    write_terminal(
+        "  step %d: material %d: largest |B| %.4g T, largest |H| %.4g A/m, B/(mu0 H) from %.4g to %.4g\n",
+        step, id, state.B, state.H, state.mu_high > 0.0 ? state.mu_low : 0.0, state.mu_high);
 }
 
 NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_WORK &work,

@@ -57,6 +57,10 @@ struct NEWTON_RESULT {
 NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_WORK &work,
                                            SOLVE_FIGURES &figures, int step);
 
+// The saturation state of the step on the terminal: for each nonlinear material, the largest |B|
+// and |H| at its elements' centres and the range of B / (mu0 H) there.
+void write_saturation(const NONLINEAR_WORK &work, const double *x, int step);
+
 // One element's Newton terms at the solution x (no_unknowns, model numbering): the packed
 // Jacobian J (E rows, may be null) and the residual R (E values), in the element's local edge
 // directions. coil holds the coil's B at the element's centre and Gauss points (or is null). With

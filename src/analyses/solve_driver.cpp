@@ -69,6 +69,7 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
     }
     write_newton_result(step, result.iterations, result.residual, result.converged != 0,
                         result.element_seconds, result.solve_seconds);
+    write_saturation(*nonlinear, equation.solution, step);
     write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
     return;
   }

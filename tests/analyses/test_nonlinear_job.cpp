@@ -273,7 +273,8 @@ TEST(NonlinearJob, TheIterationLimitIsReportedAndTheJobGoesOn) {
 }
 
 // A curve with a piece flatter than free space is legal: the report and the terminal warn, and
-// the job runs. A NaN in the field (here the coil's) ends the step with the solver's message.
+// the job runs; the terminal gives the iron's saturation state. A NaN in the field (here the coil's) ends the
+// step with the solver's message.
 TEST(NonlinearJob, AFlatCurveIsToldAndANaNFieldStopsTheJob) {
   CURVE curve = smooth_curve(40);
   curve.H.push_back(2.0e7);
@@ -292,6 +293,17 @@ TEST(NonlinearJob, AFlatCurveIsToldAndANaNFieldStopsTheJob) {
                              "41"),
         std::string::npos)
         << run.stdout_text;
+    // The saturation line: the uniform iron field of the closed form, H0 and B(H0)/(mu0 H0).
+    std::smatch m;
+    const std::regex saturation(
+        "material 2: largest \\|B\\| (\\S+) T, largest \\|H\\| (\\S+) A/m, B/\\(mu0 H\\) "
+        "from (\\S+) to (\\S+)");
+    ASSERT_TRUE(std::regex_search(run.stdout_text, m, saturation)) << run.stdout_text;
+    const double B = table_B(curve, 300.0);
+    expect_close(std::stod(m[1]), B, 1e-3, 0.0);
+    expect_close(std::stod(m[2]), 300.0, 1e-3, 0.0);
+    expect_close(std::stod(m[3]), B / (mu0 * 300.0), 1e-3, 0.0);
+    expect_close(std::stod(m[4]), B / (mu0 * 300.0), 1e-3, 0.0);
   }
   STATIC_DECK deck = nonlinear_slab(300.0, curve);
   deck.coil_elements = "UNIF nan 0.0 0.0 0";
