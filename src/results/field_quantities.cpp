@@ -4,6 +4,8 @@
 #include "input/control_data.hpp"
 #include "input/coordinates.hpp"
 #include "job/memory.hpp"
+#include "materials/bh_curve.hpp"
+#include "materials/magnetic_property.hpp"
 #include "materials/material_tables.hpp"
 #include "mesh/model.hpp"
 #include "sources/coil_cards.hpp"
@@ -240,6 +242,48 @@ void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESH
     free_named(no_summations, "no_summations");
   }
   writer.flush_stored(out, step, "BMAG", post_B_elements, time);
+  writer.step_block_end(out);
+  std::fflush(out.file);
+}
+
+void magnetization_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  const COORDINATE *frame = control.POST_COORDINATE ? find_coordinate(control.POST_COORDINATE) : nullptr;
+  writer.set_counts(out, o.no_elements, 4, 0, 0);
+  writer.step_start(out, step, post_M_elements, time);
+  if (control.ELEM_OUT) {
+    writer.element_block_start(out, step, post_M_elements, time, "MAGNETIZATION - MX, MY, MZ, |M|", 4);
+    TRANSFORM_SCRATCH scratch;
+    std::size_t p = 0;
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+      for (int k = 0; k < part->no_v_elements; ++k) {
+        const V_ELEMENT &element = part->v_elements[k];
+        if (!selected(element)) continue;
+        const POINT_3D &c = element.type->center;
+        const double reference[3] = {c[0], c[1], c[2]};
+        double values[4] = {0.0, 0.0, 0.0, 0.0};
+        const MagneticProperty *magnetic = element.material ? element.material->magnetic : nullptr;
+        if (magnetic && element.edges) {
+          // M = B / mu0 - H(B) of the element's law at its centre: zero in free space, |M| near the
+          // saturation magnetisation in saturated iron.
+          double B[3], H[3], tangent[9];
+          element_curl_A(element, solution, reference, B, scratch);
+          if (coil.at_centers)
+            for (int d = 0; d < 3; ++d) B[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
+          const double position[3] = {element.center[0], element.center[1], element.center[2]};
+          MATERIAL_POINT point{&element, c[0], c[1], c[2], {position[0], position[1], position[2]}};
+          magnetic->evaluate(*magnetic, B, point, H, tangent);
+          for (int d = 0; d < 3; ++d) values[d] = B[d] / mu0 - H[d];
+        }
+        to_post_frame(frame, values, element.center);
+        values[3] = magnitude(values);
+        writer.element_value_row(out, element.id, 4, values, element.type->no_nodes);
+      }
+    writer.end_of_block(out);
+  }
+  writer.flush_stored(out, step, "MAGNET", post_M_elements, time);
   writer.step_block_end(out);
   std::fflush(out.file);
 }

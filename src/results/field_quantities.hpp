@@ -38,4 +38,10 @@ void element_curl_A(const V_ELEMENT &element, const double *solution, const doub
 void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time);
 
+// The magnetisation data set ("MAGNET") of one step: M = B/mu0 - H of each selected element's
+// magnetic law at its centre (0 in free space), when ELEM_OUT is on. In a nonlinear job it shows
+// the saturation state: H is B/mu0 - M and the reluctivity used |H|/|B|.
+void magnetization_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time);
+
 } // namespace tesmora

@@ -43,10 +43,11 @@ void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format,
     files.single.file = create_ffile(format.single_file, 0);
     files.single.out = POST_STREAM{.file = open_ffile(files.single.file, "w"), .wide = control.WIDE};
     writer.file_start(files.single.out);
-    if (control.post.MAGNETIC) files.to_magnetic = &files.single;
+    if (control.post.MAGNETIC || control.post.MAGNETIZATION) files.to_magnetic = &files.single;
     return;
   }
-  if (control.post.MAGNETIC) {
+  // The magnetisation goes to the flux density's file, after B.
+  if (control.post.MAGNETIC || control.post.MAGNETIZATION) {
     files.magnetic.file = run_files().post_magnetic;
     files.magnetic.out = POST_STREAM{.file = open_ffile(files.magnetic.file, "w"), .wide = control.WIDE};
     writer.file_start(files.magnetic.out);
@@ -76,7 +77,6 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
                                                   {post.DISP, "DISP"},
                                                   {post.ELEM, "ELEM"},
                                                   {post.HEAT, "HEAT"},
-                                                  {post.MAGNETIZATION, "MAGNETIZATION"},
                                                   {post.IRON_LOSS, "IRON_LOSS"},
                                                   {post.E, "E"},
                                                   {post.COIL_FORCE, "COIL_FORCE"}};
@@ -107,12 +107,14 @@ void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_
                      const double *solution, int step, double time) {
   const CONTROL_DATA &control = control_data();
   if (control.POST_DATA_FILE == 0) return;
-  if (control.post.MAGNETIC && files.to_magnetic) {
-    COIL_FIELD_AT_POINTS coil;
-    make_coil_field_at_points(first_part, coil);
+  if (!files.to_magnetic) return;
+  COIL_FIELD_AT_POINTS coil;
+  make_coil_field_at_points(first_part, coil);
+  if (control.post.MAGNETIC)
     flux_density_output(files.to_magnetic->out, format.writer, first_part, solution, coil, step, time);
-    free_coil_field_at_points(coil);
-  }
+  if (control.post.MAGNETIZATION)
+    magnetization_output(files.to_magnetic->out, format.writer, first_part, solution, coil, step, time);
+  free_coil_field_at_points(coil);
 }
 
 [[noreturn]] void stop_at_missing_step(int step) {

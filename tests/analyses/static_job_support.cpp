@@ -24,10 +24,10 @@ std::string static_deck(const STATIC_DECK &d) {
     s << d.post_data_file << " 1 1 0 0 0 0 " << d.post_coordinate << " 0 0\n";
   else
     s << d.post_data_file << " 1 1 " << d.output_materials << "\n"; // POST_DATA_FILE ELEM_OUT NODE_OUT ...
-  s << d.mesh_post << " 0 1 0 0 0 0 0 0 0 0 0\n";                   // post selection: MAGNETIC
-  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";                           // print tables
-  s << "0 0.0 0 0 0.0\n";                                           // GEOMETRY ...
-  s << d.coordinates << "\n";                                       // no local frames
+  s << d.mesh_post << " 0 1 0 0 0 0 0 " << d.magnetization << " 0 0 0\n"; // post selection: MAGNETIC
+  s << "0 0 0 0 0 0\n0 0 0 0\n0 0 0 0\n";                                 // print tables
+  s << "0 0.0 0 0 0.0\n";                                                 // GEOMETRY ...
+  s << d.coordinates << "\n";                                             // no local frames
   s << d.far_boundary << "\n1.0e-4\n" << d.bn0_planes.size() << "\n";
   for (const std::string &plane : d.bn0_planes) s << plane << "\n";
   s << d.ht0_planes.size() << "\n";

@@ -27,6 +27,7 @@ struct STATIC_DECK {
   int no_steps = 1;
   int post_data_file = 1;
   int mesh_post = 0;                        // MESH of the post selection: the geometry file
+  int magnetization = 0;                    // MAGNETIZATION of the post selection: M = B/mu0 - H after B
   std::string coordinates = "COORDINATE 0"; // the COORDINATE section
   int post_coordinate = 0;                  // POST_COORDINATE
   int last_output_step = 0;                 // LAST_STEP of the output range; 0: no_steps

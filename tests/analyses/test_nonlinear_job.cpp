@@ -239,6 +239,32 @@ TEST(NonlinearJob, ASecondStepThatStartsConvergedNeedsNoSolve) {
       << json;
 }
 
+// MAGNETIZATION output: M = B/mu0 - H after the flux density, B(H0)/mu0 - H0 along x in the iron
+// (the saturation state: H and the reluctivity follow from B and M), 0 in the air.
+TEST(NonlinearJob, TheMagnetizationShowsTheSaturation) {
+  const CURVE curve = smooth_curve(120);
+  for (const double H0 : {300.0, 2.0e5}) {
+    SCOPED_TRACE(H0);
+    STATIC_DECK deck = nonlinear_slab(H0, curve);
+    deck.magnetization = 1;
+    TempDir dir;
+    const NONLINEAR_RUN r = run_deck(dir, deck); // the last element data set: M
+    ASSERT_EQ(r.run.exit_status, 0) << r.check;
+    EXPECT_NE(read_file(dir.file("magnetic")).find("MAGNETIZATION - MX, MY, MZ, |M|"), std::string::npos);
+    const double M = table_B(curve, H0) / mu0 - H0;
+    for (const auto &[number, c] : r.centroids) {
+      const std::array<double, 6> &m = r.elements.at(number);
+      if (c.property == 2) {
+        expect_close(m[0], M, 1e-5, 0.0);
+        expect_close(m[3], M, 1e-5, 0.0);
+      } else {
+        EXPECT_NEAR(m[3], 0.0, 1e-6 * M);
+      }
+    }
+    EXPECT_EQ(read_file(dir.file("output")).find("The MAGNETIZATION post output"), std::string::npos);
+  }
+}
+
 // A nonlinear job whose materials are all linear gives the linear closed form (mu_r B0 in the
 // iron) after one Newton step, and says it converged.
 TEST(NonlinearJob, ALinearMaterialTakesOneNewtonStep) {
