@@ -97,33 +97,75 @@ double overlap(double a0, double a1, double b0, double b1) {
   return std::max(0.0, std::min(a1, b1) - std::max(a0, b0));
 }
 
+// The steel layers of elements on one side (+1 above, -1 below) of a section's plane, nearest
+// first: the mean of B_n over the section, the layer's thickness and the area it covers.
+struct LAYER {
+  double mean = 0.0, thickness = 0.0, area = 0.0;
+};
+std::vector<LAYER> layers_on_side(const SECTION &s, const std::map<int, BOX> &boxes,
+                                  const std::map<int, std::array<double, 6>> &B, int side) {
+  const int n = s.normal, u = (n + 1) % 3, v = (n + 2) % 3;
+  const double plane = s.lo[n], tol = 1e-7;
+  std::map<long long, LAYER> layers; // by the distance of the near face, in 0.1 micrometres
+  for (const auto &[number, box] : boxes) {
+    const double near = side > 0 ? box.lo[n] : box.hi[n];
+    if (box.property != 1 || (near - plane) * side < -tol) continue;
+    const double w =
+        overlap(box.lo[u], box.hi[u], s.lo[u], s.hi[u]) * overlap(box.lo[v], box.hi[v], s.lo[v], s.hi[v]);
+    if (w == 0.0) continue;
+    LAYER &layer = layers[std::llround(std::fabs(near - plane) * 1e7)];
+    layer.mean += w * B.at(number)[n];
+    layer.area += w;
+    layer.thickness = box.hi[n] - box.lo[n];
+  }
+  std::vector<LAYER> out;
+  for (auto &[distance, layer] : layers) {
+    layer.mean /= layer.area;
+    out.push_back(layer);
+  }
+  return out;
+}
+
 // The mean of the normal component of B over a section. On boxes the normal B of the lowest-order
-// edge element depends only on the coordinate along the normal, so the flux through the section
-// is the sum of the overlap areas times the element values; where the section lies on a face of
-// the grid, each side that the steel covers is averaged and the sides' means are averaged. NaN
-// when the steel doesn't cover the section.
+// edge element depends only on the coordinate along the normal, linearly, so the flux through a
+// section across elements is the sum of the overlap areas times the element values. On a face of
+// the grid with steel on both sides the two sides' means are averaged; with steel on one side
+// only, the first two layers' means are extrapolated linearly to the face (at the flange's end B_n
+// changes by some 17 % per layer). NaN when the steel doesn't cover the section.
 double section_mean(const SECTION &s, const std::map<int, BOX> &boxes,
                     const std::map<int, std::array<double, 6>> &B) {
   const int n = s.normal, u = (n + 1) % 3, v = (n + 2) % 3;
   const double plane = s.lo[n], tol = 1e-7;
   const double area = (s.hi[u] - s.lo[u]) * (s.hi[v] - s.lo[v]);
   double flux[2] = {0.0, 0.0}, covered[2] = {0.0, 0.0}; // above and below the plane
+  bool across = false;
   for (const auto &[number, box] : boxes) {
     if (box.property != 1 || box.lo[n] > plane + tol || box.hi[n] < plane - tol) continue;
     const double w =
         overlap(box.lo[u], box.hi[u], s.lo[u], s.hi[u]) * overlap(box.lo[v], box.hi[v], s.lo[v], s.hi[v]);
     if (w == 0.0) continue;
+    across = across || (box.lo[n] < plane - tol && box.hi[n] > plane + tol);
     for (int side = 0; side < 2; ++side)
       if (side == 0 ? box.hi[n] > plane + tol : box.lo[n] < plane - tol) {
         flux[side] += w * B.at(number)[n];
         covered[side] += w;
       }
   }
-  double sum = 0.0;
-  int sides = 0;
-  for (int side = 0; side < 2; ++side)
-    if (covered[side] > 0.999 * area) sum += flux[side] / covered[side], ++sides;
-  return sides ? sum / sides : std::nan("");
+  const bool full[2] = {covered[0] > 0.999 * area, covered[1] > 0.999 * area};
+  if (across || (full[0] && full[1])) {
+    double sum = 0.0;
+    int sides = 0;
+    for (int side = 0; side < 2; ++side)
+      if (full[side]) sum += flux[side] / covered[side], ++sides;
+    return sides ? sum / sides : std::nan("");
+  }
+  if (!full[0] && !full[1]) return std::nan("");
+  const std::vector<LAYER> layers = layers_on_side(s, boxes, B, full[0] ? +1 : -1);
+  if (layers.size() < 2 || layers[1].area < 0.999 * area)
+    return layers.empty() ? std::nan("") : layers[0].mean;
+  const LAYER &first = layers[0], &second = layers[1];
+  return first.mean +
+         (first.mean - second.mean) * (first.thickness / 2) / ((first.thickness + second.thickness) / 2);
 }
 
 TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
@@ -146,10 +188,10 @@ TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
     ASSERT_FALSE(std::isnan(mean));
     const double error = (mean - s.measured) / s.measured;
     sum += std::fabs(error);
-    // The tolerance this mesh allows (examples/team13/README.md): 12 % at the sections of
-    // the plate, the flange and the wall, 16 % at the channel's corner (points 18, 19) and at
-    // point 8, in the flange next to the gap, where the measured flux is the smallest.
-    const bool corner = s.point == 8 || s.point == 18 || s.point == 19;
+    // The tolerance this mesh allows (examples/team13/README.md): 12 % at the sections of the
+    // plate, the flange and the wall, 16 % at the channel's outer corner (points 18, 19), where
+    // the field turns and this mesh is 13-14 % low.
+    const bool corner = s.point == 18 || s.point == 19;
     EXPECT_LT(std::fabs(error), corner ? 0.16 : 0.12) << "computed " << mean << " measured " << s.measured;
   }
   EXPECT_LT(sum / 25.0, 0.08);
