@@ -172,6 +172,21 @@ void element_curl_A(const V_ELEMENT &element, const double *solution, const doub
   }
 }
 
+namespace {
+
+// B at an element's centre: curl A and, in a region that carries a coil, the coil's field at the
+// centre (`index` is the element's place in the chain).
+void centre_B(const V_ELEMENT &element, const double *solution, const COIL_FIELD_AT_POINTS &coil, int index,
+              double B[3], TRANSFORM_SCRATCH &scratch) {
+  const POINT_3D &c = element.type->center;
+  const double reference[3] = {c[0], c[1], c[2]};
+  element_curl_A(element, solution, reference, B, scratch);
+  if (coil.at_centers)
+    for (int d = 0; d < 3; ++d) B[d] += coil.at_centers[3 * index + d];
+}
+
+} // namespace
+
 void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                          const double *solution, const COIL_FIELD_AT_POINTS &coil, int step, double time) {
   const CONTROL_DATA &control = control_data();
@@ -187,12 +202,8 @@ void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESH
       for (int k = 0; k < part->no_v_elements; ++k) {
         const V_ELEMENT &element = part->v_elements[k];
         if (!selected(element)) continue;
-        const POINT_3D &c = element.type->center;
-        const double reference[3] = {c[0], c[1], c[2]};
         double values[4];
-        element_curl_A(element, solution, reference, values, scratch);
-        if (coil.at_centers)
-          for (int d = 0; d < 3; ++d) values[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
+        centre_B(element, solution, coil, o.elements[p] + k, values, scratch);
         to_post_frame(frame, values, element.center);
         values[3] = magnitude(values);
         writer.element_value_row(out, element.id, 4, values, element.type->no_nodes);
@@ -261,19 +272,16 @@ void magnetization_output(POST_STREAM &out, const POST_WRITER &writer, const MES
       for (int k = 0; k < part->no_v_elements; ++k) {
         const V_ELEMENT &element = part->v_elements[k];
         if (!selected(element)) continue;
-        const POINT_3D &c = element.type->center;
-        const double reference[3] = {c[0], c[1], c[2]};
         double values[4] = {0.0, 0.0, 0.0, 0.0};
         const MagneticProperty *magnetic = element.material ? element.material->magnetic : nullptr;
         if (magnetic && element.edges) {
           // M = B / mu0 - H(B) of the element's law at its centre: zero in free space, |M| near the
           // saturation magnetisation in saturated iron.
           double B[3], H[3], tangent[9];
-          element_curl_A(element, solution, reference, B, scratch);
-          if (coil.at_centers)
-            for (int d = 0; d < 3; ++d) B[d] += coil.at_centers[3 * (o.elements[p] + k) + d];
-          const double position[3] = {element.center[0], element.center[1], element.center[2]};
-          MATERIAL_POINT point{&element, c[0], c[1], c[2], {position[0], position[1], position[2]}};
+          centre_B(element, solution, coil, o.elements[p] + k, B, scratch);
+          const POINT_3D &c = element.type->center;
+          MATERIAL_POINT point{
+              &element, c[0], c[1], c[2], {element.center[0], element.center[1], element.center[2]}};
           magnetic->evaluate(*magnetic, B, point, H, tangent);
           for (int d = 0; d < 3; ++d) values[d] = B[d] / mu0 - H[d];
         }

@@ -12,13 +12,6 @@ using namespace tesmora::testing;
 
 namespace {
 
-// A folder holding example `name`'s mesh and `deck` as its input file.
-void set_up_example(const TempDir &folder, const std::string &name, const std::string &deck) {
-  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
-                             folder.file("pre_geom.nas"));
-  write_file(folder.file("input"), deck);
-}
-
 // `deck` with its first `from` replaced by `to`; the test fails when `from` isn't there.
 std::string replaced(std::string deck, const std::string &from, const std::string &to) {
   const std::size_t at = deck.find(from);

@@ -17,13 +17,6 @@ using namespace tesmora::testing;
 
 namespace {
 
-// A folder holding example `name`'s mesh and `deck` as its input file.
-void set_up_example(const TempDir &folder, const std::string &name, const std::string &deck) {
-  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
-                             folder.file("pre_geom.nas"));
-  write_file(folder.file("input"), deck);
-}
-
 // The figures of the closing line.
 struct SUMMARY {
   bool found = false;

@@ -96,6 +96,12 @@ std::string example_deck(const std::string &name) {
   return read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/input");
 }
 
+void set_up_example(const TempDir &folder, const std::string &name, const std::string &deck) {
+  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/" + name + "/pre_geom.nas",
+                             folder.file("pre_geom.nas"));
+  write_file(folder.file("input"), deck);
+}
+
 std::vector<std::string> cards_of(const std::string &deck) {
   std::vector<std::string> cards;
   for (const std::string &line : split_lines(deck))

@@ -59,6 +59,8 @@ FFILE *open_job_card_file(const std::string &name, const std::string &text);
 
 // The input deck of an example job, examples/<name>/input.
 std::string example_deck(const std::string &name);
+// A folder holding example `name`'s mesh and `deck` as its input file.
+void set_up_example(const TempDir &folder, const std::string &name, const std::string &deck);
 // The cards of a deck: its lines without the comments.
 std::vector<std::string> cards_of(const std::string &deck);
 // Cards joined into a deck, one a line.
