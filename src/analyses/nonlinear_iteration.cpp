@@ -440,8 +440,9 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
   std::memcpy(work.rhs_vector.data(), equation.RHS, sizeof(double) * static_cast<std::size_t>(n));
   update_coil_field(work);
   if (nl.init_option == 1) std::fill(x, x + n, 0.0);
-  // The matrix of the linear elements, read once; each iteration adds the Jacobian to a copy.
-  SPARSE_MATRIX *matrix = load_matrix(equation);
+  // The matrix of the linear elements, read from its file by the first step only; each iteration
+  // adds the Jacobian to a copy of its values.
+  SPARSE_MATRIX *matrix = work.linear_lower.size() == 0 ? load_matrix(equation) : equation.t_matrix;
   if (work.linear_lower.size() == 0) {
     work.linear_lower = TaggedArray<double>(std::max(matrix->size, 1), "sparse_matrix->matrix_lower");
     std::memcpy(work.linear_lower.data(), matrix->matrix_lower,
