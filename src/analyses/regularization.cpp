@@ -5,6 +5,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/terminal.hpp"
 #include "mesh/element_transform.hpp"
 #include "mesh/gauss.hpp"
 #include "mesh/model.hpp"
@@ -403,8 +404,14 @@ void regularize(double *column, REGULARIZATION_WORK &work, const MESHED_MODEL &f
     gradient_load(work, column, work.rhs.data());
     for (int r = 0; r < work.no_rows; ++r) work.potential[r] = 0.0;
     // The factor is made by the first solve and kept for the columns that follow.
-    solve_sparse_matrix(work.node_to_node_matrix, work.rhs.data(), work.potential.data(), work.no_rows,
-                        work.cg_for_regularization, work.figures);
+    const SOLVE_RESULT result =
+        solve_sparse_matrix(work.node_to_node_matrix, work.rhs.data(), work.potential.data(), work.no_rows,
+                            work.cg_for_regularization, work.figures);
+    // A column corrected by an unconverged potential keeps part of its gradient: say so.
+    if (result.judged && !result.converged)
+      write_terminal("warning: the regularization potential of source column %d did not converge "
+                     "(residual %.3e); the column keeps part of its gradient\n",
+                     work.no_calls + 1, result.error);
     for (int r = 0; r < work.no_rows; ++r) {
       const double psi = work.potential[r];
       for (int k = work.node_to_edge_heads[r]; k < work.node_to_edge_heads[r + 1]; ++k)

@@ -153,3 +153,22 @@ TEST(InputWarnings, ASolveWithANaNResidualStopsTheJob) {
   EXPECT_NE(read_file(folder.file("check")).find("Residual have NaN\n"), std::string::npos);
   EXPECT_NE(run.stdout_text.find("Residual have NaN\n"), std::string::npos);
 }
+
+namespace {
+
+// A regularization potential whose solve stops short leaves part of the gradient in the column:
+// the terminal says so (the solve itself is told too, as it does not converge either).
+TEST(InputWarnings, AnUnconvergedRegularizationIsTold) {
+  const std::string deck = replaced(example_deck("coil_plate"), "\n1.0e-8 -1.2 1.0e3 100 0 0 0 0 20000\n",
+                                    "\n1.0e-8 -1.2 1.0e3 100 0 0 0 0 2\n");
+  TempDir folder;
+  set_up_example(folder, "coil_plate", deck);
+  const BATCH_RUN run = run_batch(folder.path(), {});
+  EXPECT_EQ(run.exit_status, 0);
+  EXPECT_NE(run.stdout_text.find("warning: the regularization potential of source column 1 did not converge"),
+            std::string::npos)
+      << run.stdout_text;
+  EXPECT_NE(run.stdout_text.find("did not converge at step 1"), std::string::npos);
+}
+
+} // namespace
