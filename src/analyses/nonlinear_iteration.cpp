@@ -139,15 +139,31 @@ const double *coil_of(const NONLINEAR_WORK &work, std::size_t k) {
   return work.no_coils ? work.coil_now.data() + 3 * work.first_point[k] : nullptr;
 }
 
+// The nonlinear methods: which law the element terms take.
+enum class METHOD { newton = 0, fixed_point = 1, stored_tensor = 2 };
+
+ELEMENT_LAW law_of(const NONLINEAR_WORK &work, METHOD method, std::size_t k) {
+  ELEMENT_LAW law;
+  if (method == METHOD::fixed_point) law.nu_fixed = work.nu_fixed.data() + 3 * k;
+  if (method == METHOD::stored_tensor) law.stored = work.stored.data() + 12 * work.first_point[k];
+  return law;
+}
+
 // rhs_out = b - K_lin x - the nonlinear elements' residuals; with `matrix` also their Jacobians
-// added into the matrix (which then holds the linear values on entry).
+// added into the matrix (which then holds the linear values on entry). The stored-tensor method
+// solves for the new solution itself: its right-hand side is b less the constant part of the
+// stored law, without K_lin x.
 void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const double *x, double *rhs_out,
-                           bool with_jacobian, int n, bool fixed_point = false) {
+                           bool with_jacobian, int n, METHOD method = METHOD::newton) {
   const auto start = std::chrono::steady_clock::now();
   const SPARSE_PATTERN &p = matrix->pattern;
-  matrix_vector_product(n, p.row_head_pointers, p.no_elements_in_row, p.columns, work.linear_lower.data(), x,
-                        work.product.data());
-  for (int i = 0; i < n; ++i) rhs_out[i] = work.rhs_vector[i] - work.product[i];
+  if (method == METHOD::stored_tensor) {
+    std::memcpy(rhs_out, work.rhs_vector.data(), sizeof(double) * static_cast<std::size_t>(n));
+  } else {
+    matrix_vector_product(n, p.row_head_pointers, p.no_elements_in_row, p.columns, work.linear_lower.data(),
+                          x, work.product.data());
+    for (int i = 0; i < n; ++i) rhs_out[i] = work.rhs_vector[i] - work.product[i];
+  }
   const int mat_points = control_data().MAT_POINTS;
   // The element terms in parallel, a chunk at a time into buffers, then added in element order
   // so that the sums do not depend on the threads.
@@ -166,8 +182,7 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
       const std::size_t e = static_cast<std::size_t>(k);
       newton_element(*work.elements[e], x, coil_of(work, e), mat_points,
                      with_jacobian ? J.data() + static_cast<std::int64_t>(k - first) * J_size : nullptr,
-                     R.data() + static_cast<std::int64_t>(k - first) * edges,
-                     fixed_point ? work.nu_fixed.data() + 3 * k : nullptr);
+                     R.data() + static_cast<std::int64_t>(k - first) * edges, law_of(work, method, e));
     }
     for (int k = first; k < last; ++k)
       scatter_element(*work.elements[static_cast<std::size_t>(k)],
@@ -252,6 +267,26 @@ void update_fixed_point_nu(NONLINEAR_WORK &work, const double *x) {
   }
 }
 
+// The stored-tensor method's laws: Newton's law at each Gauss point of every nonlinear element
+// for the solution x, kept as its constant part and tangent.
+void update_stored_tensors(NONLINEAR_WORK &work, const double *x) {
+  const auto start = std::chrono::steady_clock::now();
+  const int mat_points = control_data().MAT_POINTS;
+  const int count = static_cast<int>(work.elements.size());
+#pragma omp parallel
+  {
+    double R[max_element_edges];
+#pragma omp for schedule(dynamic, 32)
+    for (int k = 0; k < count; ++k) {
+      const std::size_t e = static_cast<std::size_t>(k);
+      ELEMENT_LAW law;
+      law.store = work.stored.data() + 12 * work.first_point[e];
+      newton_element(*work.elements[e], x, coil_of(work, e), mat_points, nullptr, R, law);
+    }
+  }
+  work.element_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 // Sum of the coils' unit fields at the step's amplitudes.
 void update_coil_field(NONLINEAR_WORK &work) {
   if (work.no_coils == 0) return;
@@ -268,7 +303,7 @@ void update_coil_field(NONLINEAR_WORK &work) {
 } // namespace
 
 void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
-                    double *R, const double *nu_fixed) {
+                    double *R, const ELEMENT_LAW &law) {
   const V_ELEMENT_TYPE &type = *element.type;
   const int E = type.no_edges;
   const MagneticProperty &magnetic = *element.material->magnetic;
@@ -289,7 +324,7 @@ void newton_element(const V_ELEMENT &element, const double *x, const double *coi
   // With MAT_POINTS 0 the law is evaluated once, at the centre, and carried to the Gauss points
   // by its tangent.
   double Bc[3], Hc[3], Tc[9];
-  if (mat_points == 0 && !nu_fixed) {
+  if (mat_points == 0 && !law.nu_fixed && !law.stored) {
     element_transform_edges(type, xyz, type.center[0], type.center[1], type.center[2], inverse, values, curls,
                             scratch);
     MATERIAL_POINT point{&element, type.center[0], type.center[1], type.center[2], {}};
@@ -303,22 +338,37 @@ void newton_element(const V_ELEMENT &element, const double *x, const double *coi
     const double w =
         points.w[q] * element_transform_edges(type, xyz, xi, eta, zeta, inverse, values, curls, scratch);
     double B[3], H[3], T[9];
-    flux_density(coil ? coil + 3 * (q + 1) : nullptr, B);
-    if (nu_fixed) {
+    const double *coil_B = coil ? coil + 3 * (q + 1) : nullptr;
+    if (law.stored) {
+      std::memcpy(H, law.stored + 12 * (q + 1), sizeof H);
+      std::memcpy(T, law.stored + 12 * (q + 1) + 3, sizeof T);
+    } else if (law.nu_fixed) {
+      flux_density(coil_B, B);
       std::fill(T, T + 9, 0.0);
       for (int d = 0; d < 3; ++d) {
-        T[4 * d] = nu_fixed[d];
-        H[d] = nu_fixed[d] * B[d];
+        T[4 * d] = law.nu_fixed[d];
+        H[d] = law.nu_fixed[d] * B[d];
       }
     } else if (mat_points == 0) {
+      flux_density(coil_B, B);
       const double dB[3] = {B[0] - Bc[0], B[1] - Bc[1], B[2] - Bc[2]};
       tensor_times(Tc, dB, H);
       for (int d = 0; d < 3; ++d) H[d] += Hc[d];
       std::memcpy(T, Tc, sizeof T);
     } else {
+      flux_density(coil_B, B);
       MATERIAL_POINT point{&element, xi, eta, zeta, {}};
       element_point(type, xyz, xi, eta, zeta, point.position, scratch);
       magnetic.evaluate(magnetic, B, point, H, T);
+    }
+    if (law.store) {
+      // The law linear in curl A = B - B_coil about this point: H = H0 + T curl A.
+      double *kept = law.store + 12 * (q + 1);
+      double curl_A[3], T_curl_A[3];
+      for (int d = 0; d < 3; ++d) curl_A[d] = B[d] - (coil_B ? coil_B[d] : 0.0);
+      tensor_times(T, curl_A, T_curl_A);
+      for (int d = 0; d < 3; ++d) kept[d] = H[d] - T_curl_A[d];
+      std::memcpy(kept + 3, T, sizeof T);
     }
     for (int i = 0; i < E; ++i) R[i] += w * dot3(curls[i], H);
     if (!J) continue;
@@ -351,6 +401,8 @@ NONLINEAR_WORK *make_nonlinear_work(const MESHED_MODEL &first_part, int no_unkno
     work->nu_fixed =
         TaggedArray<double>(std::max<std::int64_t>(3 * static_cast<std::int64_t>(work->elements.size()), 1),
                             "nu_for_fixed_point");
+  if (solver_settings().non_linear_iteration.method == 2)
+    work->stored = TaggedArray<double>(std::max<std::int64_t>(12LL * work->no_points, 1), "stored_tensors");
   work->norm_vector = TaggedArray<double>(n, "norm_vector");
   // The coils whose field a nonlinear element carries, and that field at the elements' points.
   const FIELD_SOURCES &sources = field_sources();
@@ -452,7 +504,9 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
   NEWTON_RESULT result;
   const double element_before = work.element_seconds, solve_before = work.solve_seconds;
   double e = 0.0;
-  const int method = nl.method;
+  const METHOD method = nl.method == 1   ? METHOD::fixed_point
+                        : nl.method == 0 ? METHOD::newton
+                                         : METHOD::stored_tensor;
   for (int k = 0; k < std::max(nl.no_iterations, 0); ++k) {
     ++work.total_iterations;
     std::memcpy(matrix->matrix_lower, work.linear_lower.data(),
@@ -461,20 +515,31 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     matrix->is_scaled = 0;
     double *rhs = equation.RHS;
     // The fixed-point method takes the secant reluctivities of the step's start.
-    if (method == 1 && k == 0) update_fixed_point_nu(work, x);
-    residual_and_jacobian(work, matrix, x, rhs, true, n, method == 1);
+    if (method == METHOD::fixed_point && k == 0) update_fixed_point_nu(work, x);
+    // The stored-tensor method linearises the law about the iteration's start.
+    if (method == METHOD::stored_tensor) update_stored_tensors(work, x);
+    residual_and_jacobian(work, matrix, x, rhs, true, n, method);
     if (nl.line_search) std::memcpy(work.residual.data(), rhs, sizeof(double) * static_cast<std::size_t>(n));
     // A later step that starts converged ends without a solve.
     if (k == 0 && nl.check_b == 0.0 && step > 1 && control_data().INITIAL_STEP != -1) {
       const double b2 = norm2(n, work.norm_vector.data());
-      const double start = b2 > 0.0 ? std::sqrt(norm2(n, rhs) / b2) : 0.0;
+      // The stored-tensor right-hand side is not the residual: that is Newton's at x.
+      if (method == METHOD::stored_tensor)
+        residual_and_jacobian(work, matrix, x, work.residual.data(), false, n);
+      const double r2 = norm2(n, method == METHOD::stored_tensor ? work.residual.data() : rhs);
+      const double start = b2 > 0.0 ? std::sqrt(r2 / b2) : 0.0;
       if (start < nl.conv) {
         write_report(output, "Non_linear iteration No.%5d   error = %13.5e \n", 0, start);
         result = {1, 0, start};
         break;
       }
     }
-    std::fill(work.delta.data(), work.delta.data() + n, 0.0);
+    // Newton and the fixed point solve for the correction, from 0; the stored-tensor method for the
+    // new solution, from the present one.
+    if (method == METHOD::stored_tensor)
+      std::memcpy(work.delta.data(), x, sizeof(double) * static_cast<std::size_t>(n));
+    else
+      std::fill(work.delta.data(), work.delta.data() + n, 0.0);
     SOLVE_REQUEST request;
     // Without nonlinear elements the one solve is the answer: it takes the linear tolerance.
     request.in_nonlinear = work.elements.empty() ? 0 : 1;
@@ -499,7 +564,15 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     const double f = zero ? 0.0 : figures.error;
     // The update: a plain step, or Newton's line search along it.
     double factor = nl.relaxation;
-    if (method == 0 && nl.line_search) {
+    if (method == METHOD::stored_tensor) {
+      // The solve gave the new solution; delta keeps the change, for Max delta B.
+      factor = 1.0;
+      for (int i = 0; i < n; ++i) {
+        const double change = work.delta[i] - x[i];
+        x[i] = work.delta[i];
+        work.delta[i] = change;
+      }
+    } else if (method == METHOD::newton && nl.line_search) {
       for (int i = 0; i < n; ++i) x[i] += work.delta[i];
       const auto search_start = std::chrono::steady_clock::now();
       factor = line_search(work, matrix, x, n);
@@ -508,7 +581,7 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     } else {
       for (int i = 0; i < n; ++i) x[i] += nl.relaxation * work.delta[i];
     }
-    if (method == 1) {
+    if (method == METHOD::fixed_point) {
       update_fixed_point_nu(work, x);
       const double x2 = norm2(n, x);
       const double change =

@@ -33,7 +33,10 @@ struct NONLINEAR_WORK {
   TaggedArray<double> linear_lower;        // the file's matrix values
   TaggedArray<double> rhs_vector, delta, residual, norm_vector, product;
   TaggedArray<double> nu_fixed; // fixed-point method: 3 reluctivities per element
-  int total_iterations = 0;     // Newton iterations of the run
+  // Stored-tensor method: per point row (the centre row unused) the constant part of the law,
+  // H - T curl A, and the tangent T (3 + 9 values) of the iteration's start.
+  TaggedArray<double> stored;
+  int total_iterations = 0; // Newton iterations of the run
   // Wall seconds of the run's Newton loops: the element terms (residual and Jacobian, also those
   // of the line search), the linear solves, the line search as a whole.
   double element_seconds = 0.0, solve_seconds = 0.0, search_seconds = 0.0;
@@ -61,12 +64,19 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
 // and |H| at its elements' centres and the range of B / (mu0 H) there.
 void write_saturation(const NONLINEAR_WORK &work, const double *x, int step);
 
-// One element's Newton terms at the solution x (no_unknowns, model numbering): the packed
-// Jacobian J (E rows, may be null) and the residual R (E values), in the element's local edge
-// directions. coil holds the coil's B at the element's centre and Gauss points (or is null). With
-// nu_fixed (three reluctivities along x, y, z) the law is the fixed-point one, H = nu B, and J is
-// the matrix of that nu.
+// Which law an element's terms take: the B-H law itself (Newton), or one of the laws the other
+// methods hold fixed for an iteration.
+struct ELEMENT_LAW {
+  const double *nu_fixed = nullptr; // three reluctivities along x, y, z: H = nu B, J its matrix
+  const double *stored = nullptr;   // per point row 12 values: H = H0 + T curl A with H0, T stored
+  double *store = nullptr;          // Newton's law, and its H0 = H - T curl A and T written here
+};
+
+// One element's terms at the solution x (no_unknowns, model numbering): the packed Jacobian J (E
+// rows, may be null) and the residual R (E values), in the element's local edge directions. coil
+// holds the coil's B at the element's centre and Gauss points (or is null). With a stored law R
+// is its constant part only, the integral of curl N . H0, and J the matrix of its T.
 void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
-                    double *R, const double *nu_fixed = nullptr);
+                    double *R, const ELEMENT_LAW &law = {});
 
 } // namespace tesmora

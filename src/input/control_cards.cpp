@@ -223,7 +223,7 @@ void read_iteration_cards(FFILE *file, CONTROL_DATA &c, SOLVER_SETTINGS &s) {
       "* NON_LINEAR_METHOD *\n",
       &r[0], &r[1], &v[0], &v[1], &r[2], &r[3], &v[2], &v[3]);
   if (!(r[0] > 0.0 && r[0] < 1.0) || !(r[1] > 0.0 && r[1] <= 2.0) || !is_flag(v[1]) || !(r[2] >= 0.0) ||
-      !is_flag(v[2]) || !is_flag(v[3]))
+      !is_flag(v[2]) || !(v[3] >= 0 && v[3] <= 2))
     card_error(file);
   nl.conv = r[0];
   nl.relaxation = nl.line_search ? 1.0 : r[1];

@@ -31,7 +31,7 @@ struct NON_LINEAR_ITERATION {
   double conv = 0.0; // NON_LINEAR_CONV; also scales the tolerance of solver 4 in a nonlinear loop
   double relaxation = 0.0;
   int no_iterations = 0;
-  int method = 0;
+  int method = 0; // 0 Newton-Raphson, 1 fixed point, 2 stored tensor
   int init_option = 0;
   double iccg_conv_ratio = 0.0; // ICCG_CONV_RATIO: in a nonlinear loop a solve's tolerance is at most
                                 // this times its first error (ICCG_CONV / NON_LINEAR_CONV if 0)

@@ -193,6 +193,35 @@ TEST(NonlinearJob, TheFixedPointMethodConvergesLinearlyToTheSameField) {
   }
 }
 
+// The stored-tensor method (NON_LINEAR_METHOD 2) linearises the law about each iteration's start
+// and solves for the new solution itself: the same iterates as Newton's, so the same field and
+// the same number of iterations, and its Max delta B lines measure the change of B, not B.
+TEST(NonlinearJob, TheStoredTensorMethodTakesNewtonsWay) {
+  const CURVE curve = smooth_curve(120);
+  for (const double H0 : {300.0, 2.0e5}) {
+    SCOPED_TRACE(H0);
+    TempDir newton_dir, stored_dir;
+    const NONLINEAR_RUN newton =
+        run_deck(newton_dir, with_card(nonlinear_slab(H0, curve), "1.0e-6 1.0 50 0 0 0 0 0"));
+    const NONLINEAR_RUN stored =
+        run_deck(stored_dir, with_card(nonlinear_slab(H0, curve), "1.0e-6 1.0 50 0 0 1.0e-9 0 2"));
+    ASSERT_EQ(newton.run.exit_status, 0) << newton.check;
+    ASSERT_EQ(stored.run.exit_status, 0) << stored.check;
+    expect_iron_B(stored, table_B(curve, H0));
+    ASSERT_EQ(stored.errors.size(), newton.errors.size());
+    for (std::size_t k = 0; k < newton.errors.size(); ++k)
+      if (newton.errors[k] > 1e-8) expect_close(stored.errors[k], newton.errors[k], 1e-3, 0.0);
+    // The change of B falls with the error; the last one is far below the iron's B.
+    const std::regex line("Max delta B =\\s*(\\S+), Element");
+    std::vector<double> changes;
+    for (auto it = std::sregex_iterator(stored.output.begin(), stored.output.end(), line);
+         it != std::sregex_iterator(); ++it)
+      changes.push_back(std::stod((*it)[1]));
+    ASSERT_EQ(changes.size(), stored.errors.size());
+    EXPECT_LT(changes.back(), 1e-4 * table_B(curve, H0));
+  }
+}
+
 // A negative CHECK_B judges by Max delta B alone: every iteration reports its largest change of
 // B, the loop ends with it below the limit in every element, and the changes add up to at least
 // the way from the coil's field to the curve's (the triangle inequality).

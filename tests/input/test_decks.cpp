@@ -134,6 +134,7 @@ TEST_F(DeckRuns, OutOfRangeFieldsStopAtTheirCard) {
       {8, "1.0e-8 -1.2 1.0e3 100 4 0.8 0 0 20000"}, // SOLVER 4
       {8, "1.0e-8 -1.2 1.0e3 100 0 1.5 0 0 20000"}, // THETA above 1
       {9, "1.0e-4 2.5 50 0 0 -0.01 0 0"},           // RELAXATION above 2
+      {9, "1.0e-4 1.0 50 0 0 -0.01 0 3"},           // NON_LINEAR_METHOD above 2
       {10, "11 7 0"},                               // POINTS_IN_1D 11
       {10, "3 5 0"},                                // no triangle rule of 5 points
       {11, "-2 0 0.0 0"},                           // INITIAL_STEP
