@@ -14,23 +14,22 @@ the two measured columns.
 
 How the mean is taken. The mesh of examples/team13 is a grid of hexahedra that are boxes along the
 axes, and every section lies on or across grid planes. For the lowest-order edge element on such a
-box, the normal component of B = curl A on a plane normal to an axis depends only on the
-coordinate along that axis: it is constant over the element's cut, and its value at the centre is
-the mean of its values on the two faces normal to the axis. So the flux through the section is the
-sum over the steel elements it crosses of (overlap area) x (B_n in that element at the plane), and
-the element-centre value stands for that to the extent B_n varies linearly through the element
-(the element value also holds the coil's own field at the centre, which is smooth there).
-Where the section lies on a grid plane (z = 0, z = 60 mm, x = 2.1 mm, x = 122.1 mm, ...), the
-elements on each side are averaged separately and the two sides then averaged when both are
-steel; at z = 0 and x = 2.1 mm only one side is steel, and there the mean of the first layer of
-elements (whose centres lie half an element from the section) and of the second are extrapolated
-linearly to the section, since B_n varies linearly along the normal within an element and the
-section is a face where it can change fast (at the flange's end by some 17 % per layer). The
-overlap areas are
-exact, so no sampling error enters. A mesh with elements other than axis-aligned boxes is refused.
+box, the normal component of B = curl A on a plane normal to an axis is constant over the
+element's cut and linear along the axis, and its value at the centre is the mean of its values on
+the two faces normal to the axis. The overlap-weighted means of the layers of steel elements along
+the normal (each covering the section's rectangle) therefore give B_n along the normal, and the
+tool reads it at the section: inside a layer, by linear interpolation between the centres of the
+nearest layers either side; on a grid plane, by extrapolating each side's first two layers to the
+plane and averaging the sides (one side where only one is steel). The grid planes that sections
+lie on are those where the steel's shape changes (the flange's start, the channel's corner, the
+flange's end), and there the slope of B_n jumps: a line across the plane would mix the two
+slopes, while each side's extrapolation meets the same face value, the normal flux being
+continuous. The element values also hold the coil's own field at the centre, which is smooth
+there. The overlap areas are exact, so no sampling error enters. A mesh with elements other than
+axis-aligned boxes is refused.
 
---self-check replaces the computed B by a linear field whose normal component varies only along
-the section, and compares each mean with the closed-form mean over the rectangle.
+--self-check replaces the computed B by a linear field (its normal component linear in all three
+coordinates) and compares each mean with the closed-form mean over the rectangle.
 """
 
 import argparse
@@ -152,75 +151,77 @@ def overlap(a0, a1, b0, b1):
     return max(0.0, min(a1, b1) - max(a0, b0))
 
 
-def layer_means(section, boxes, values, steel, side):
-    """The steel layers on one side of the section's plane, nearest first: (mean of B_n over the
-    section, thickness along the normal, covered area)."""
+def layers_along_normal(section, boxes, values, steel):
+    """The layers of steel elements that cover the section's rectangle and lie in one unbroken run
+    along its normal through the section's plane: a sorted list of (start, end, overlap-weighted
+    mean of B_n), the area of the rectangle, and the largest part of it that one layer covers. A
+    layer is the set of elements with the same extent along the normal; one that covers only part
+    of the rectangle (the steel ends there) is left out."""
     n = section["normal"]
     u, v = [d for d in range(3) if d != n]
-    plane = section["lo"][n]
     lo, hi = section["lo"], section["hi"]
+    plane = lo[n]
+    area = (hi[u] - lo[u]) * (hi[v] - lo[v])
     layers = {}
     for number, (blo, bhi, prop) in boxes.items():
         if prop != steel:
             continue
-        near = blo[n] if side > 0 else bhi[n]
-        if (near - plane) * side < -SURFACE_TOL:
-            continue
         w = overlap(blo[u], bhi[u], lo[u], hi[u]) * overlap(blo[v], bhi[v], lo[v], hi[v])
         if w == 0.0:
             continue
-        key = round(abs(near - plane), 9)
-        layer = layers.setdefault(key, [0.0, 0.0, bhi[n] - blo[n]])
+        key = (round(blo[n], 9), round(bhi[n], 9))
+        layer = layers.setdefault(key, [0.0, 0.0])
         layer[0] += w * values[number][n]
         layer[1] += w
-    return [(layers[k][0] / layers[k][1], layers[k][2], layers[k][1]) for k in sorted(layers)]
+    best = max((sums[1] for sums in layers.values()), default=0.0)
+    full = sorted((a, b, sums[0] / sums[1]) for (a, b), sums in layers.items() if sums[1] > 0.999 * area)
+    # The run of layers, each starting where the one before ends, that reaches the plane.
+    runs = []
+    for layer in full:
+        if runs and abs(layer[0] - runs[-1][-1][1]) < SURFACE_TOL:
+            runs[-1].append(layer)
+        else:
+            runs.append([layer])
+    for run in runs:
+        if run[0][0] - SURFACE_TOL <= plane <= run[-1][1] + SURFACE_TOL:
+            return run, area, best
+    return [], area, best
+
+
+def extrapolated(centres, plane):
+    """B_n at `plane` on the line through the first two (centre, mean) pairs."""
+    (z0, m0), (z1, m1) = centres[0], centres[1]
+    return m0 + (m1 - m0) * (plane - z0) / (z1 - z0)
 
 
 def section_mean(section, boxes, values, steel):
     """Mean of the normal component over the section, or None where steel does not cover it, and
-    how it was taken."""
-    n = section["normal"]
-    u, v = [d for d in range(3) if d != n]
-    plane = section["lo"][n]
-    lo, hi = section["lo"], section["hi"]
-    area = (hi[u] - lo[u]) * (hi[v] - lo[v])
-    sums = {+1: [0.0, 0.0], -1: [0.0, 0.0]}  # side -> [area-weighted B_n, area]
-    for number, (blo, bhi, prop) in boxes.items():
-        if prop != steel:
-            continue
-        if blo[n] > plane + SURFACE_TOL or bhi[n] < plane - SURFACE_TOL:
-            continue
-        w = overlap(blo[u], bhi[u], lo[u], hi[u]) * overlap(blo[v], bhi[v], lo[v], hi[v])
-        if w == 0.0:
-            continue
-        sides = []
-        if bhi[n] > plane + SURFACE_TOL:
-            sides.append(+1)
-        if blo[n] < plane - SURFACE_TOL:
-            sides.append(-1)
-        for s in sides:
-            sums[s][0] += w * values[number][n]
-            sums[s][1] += w
-    full = [s for s in (+1, -1) if sums[s][1] > 0.999 * area]
-    if not full:
-        best = max(sums[+1][1], sums[-1][1]) / area
-        return None, "steel covers %.0f %%" % (100 * best)
-    if sums[+1] == sums[-1]:
-        return sums[+1][0] / sums[+1][1], "across elements"
-    if len(full) == 2:
-        return sum(sums[s][0] / sums[s][1] for s in full) / 2, "grid plane, both sides"
-    layers = layer_means(section, boxes, values, steel, full[0])
-    if len(layers) < 2 or layers[1][2] < 0.999 * area:
-        return sums[full[0]][0] / sums[full[0]][1], "grid plane, one side"
-    (m1, h1, _), (m2, h2, _) = layers[0], layers[1]
-    return m1 + (m1 - m2) * (h1 / 2) / ((h1 + h2) / 2), "grid plane, one side, extrapolated"
+    how it was taken. Along the normal B_n of an element is linear, and across a grid plane where
+    the steel's shape changes (the flange's start, the channel's corner) its slope jumps: so on a
+    grid plane each side's first two layers are extrapolated to the plane and the sides averaged;
+    inside a layer B_n is interpolated between the centres of the nearest layers either side."""
+    plane = section["lo"][section["normal"]]
+    run, area, best = layers_along_normal(section, boxes, values, steel)
+    if len(run) < 2:
+        return None, "steel covers %.0f %%" % (100 * best / area)
+    on_plane = any(abs(a - plane) < SURFACE_TOL or abs(b - plane) < SURFACE_TOL for a, b, _ in run)
+    centres = [(0.5 * (a + b), mean) for a, b, mean in run]
+    below = [c for c in centres if c[0] < plane][::-1]  # nearest first
+    above = [c for c in centres if c[0] > plane]
+    if on_plane:
+        sides = [extrapolated(side, plane) if len(side) >= 2 else side[0][1] for side in (below, above) if side]
+        return sum(sides) / len(sides), "face, %s" % ("both sides" if len(sides) == 2 else "one side")
+    if below and above:
+        return extrapolated([below[0], above[0]], plane), "interpolated"
+    return extrapolated(below or above, plane), "extrapolated"
 
 
-def check_field(centre, n):
-    """The field of --self-check: B_n = 1 + 2 p + 3 q over the two other coordinates p < q (in m),
-    independent of the normal coordinate."""
-    p, q = [centre[d] for d in range(3) if d != n]
-    return 1.0 + 2.0 * p + 3.0 * q
+def check_field(point, n):
+    """The field of --self-check: B_n = 1 + 2 p + 3 q + 5 r, with p < q the two coordinates in
+    the section (m) and r the one along its normal: linear, so that both the overlap weighting
+    and the interpolation along the normal must be exact."""
+    p, q = [point[d] for d in range(3) if d != n]
+    return 1.0 + 2.0 * p + 3.0 * q + 5.0 * point[n]
 
 
 def self_check(sections, boxes, steel):

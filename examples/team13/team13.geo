@@ -12,19 +12,21 @@ f = 2 ^ refine;
 
 // Each axis: the grid planes that must exist (m), the layers between two of them and the ratio
 // of one layer's thickness to the previous one's (below 1: the layers thin towards the end).
-// x: air, channel 2's outer wall, its flange, gap, centre plate (split at x = 0), gap, channel
-// 1's flange, its outer wall, air. The flange layers thin towards the gap, where the flux turns.
-xk[] = {-box, -0.1253, -0.1221, -0.0021, -0.0016, 0, 0.0016, 0.0021, 0.1221, 0.1253, box};
-xn[] = {4, 2, 8, 1, 1, 1, 1, 8, 2, 4};
-xq[] = {0.4, 1, 0.75, 1, 1, 1, 1, 1 / 0.75, 1, 2.5};
+// x: air, channel 2's outer wall, its flange (in two halves), gap, centre plate (split at x = 0),
+// gap, channel 1's flange (two halves), its outer wall, air. The flange layers thin towards both
+// ends, the gap and the inner corner, where the flux turns and the field is strongest.
+xk[] = {-box, -0.1253, -0.1221, -0.0621, -0.0021, -0.0016, 0, 0.0016, 0.0021, 0.0621, 0.1221, 0.1253, box};
+xn[] = {4, 2, 4, 4, 1, 1, 1, 1, 4, 4, 2, 4};
+xq[] = {0.4, 1, 1 / 0.6, 0.6, 1, 1, 1, 1, 1 / 0.6, 0.6, 1, 2.5};
 // y: air, channel 2 (-65..-15 mm), the plate (-25..25 mm) overlapping both channels, channel 1.
 yk[] = {-box, -0.065, -0.025, -0.015, 0.015, 0.025, 0.065, box};
 yn[] = {3, 3, 1, 2, 1, 3, 3};
 yq[] = {0.4, 1, 1, 1, 1, 1, 2.5};
-// z: the coil's height (top at 50 mm), the flange (60..63.2 mm, the plate's top too), air.
+// z: the coil's height (top at 50 mm), up to the flange (thinning towards it: the corner again),
+// the flange (60..63.2 mm, the plate's top too), air.
 zk[] = {0, 0.05, 0.06, 0.0632, box};
-zn[] = {4, 1, 2, 4};
-zq[] = {1, 1, 1, 2.5};
+zn[] = {4, 2, 2, 4};
+zq[] = {1, 0.5, 1, 2.5};
 
 // The layers of one interval for Extrude: nl layers (ln[], all 1) ending at the fractions lh[].
 Macro MakeLayers

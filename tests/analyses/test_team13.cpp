@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <fstream>
@@ -97,75 +98,82 @@ double overlap(double a0, double a1, double b0, double b1) {
   return std::max(0.0, std::min(a1, b1) - std::max(a0, b0));
 }
 
-// The steel layers of elements on one side (+1 above, -1 below) of a section's plane, nearest
-// first: the mean of B_n over the section, the layer's thickness and the area it covers.
+// The layers of steel elements along a section's normal that cover its rectangle, in the one
+// unbroken run through its plane: each layer's extent along the normal and the overlap-weighted
+// mean of B_n over the rectangle. A layer that covers only part of the rectangle (where the steel
+// ends) is left out.
 struct LAYER {
-  double mean = 0.0, thickness = 0.0, area = 0.0;
+  double start = 0.0, end = 0.0, mean = 0.0, area = 0.0;
 };
-std::vector<LAYER> layers_on_side(const SECTION &s, const std::map<int, BOX> &boxes,
-                                  const std::map<int, std::array<double, 6>> &B, int side) {
-  const int n = s.normal, u = (n + 1) % 3, v = (n + 2) % 3;
-  const double plane = s.lo[n], tol = 1e-7;
-  std::map<long long, LAYER> layers; // by the distance of the near face, in 0.1 micrometres
-  for (const auto &[number, box] : boxes) {
-    const double near = side > 0 ? box.lo[n] : box.hi[n];
-    if (box.property != 1 || (near - plane) * side < -tol) continue;
-    const double w =
-        overlap(box.lo[u], box.hi[u], s.lo[u], s.hi[u]) * overlap(box.lo[v], box.hi[v], s.lo[v], s.hi[v]);
-    if (w == 0.0) continue;
-    LAYER &layer = layers[std::llround(std::fabs(near - plane) * 1e7)];
-    layer.mean += w * B.at(number)[n];
-    layer.area += w;
-    layer.thickness = box.hi[n] - box.lo[n];
-  }
-  std::vector<LAYER> out;
-  for (auto &[distance, layer] : layers) {
-    layer.mean /= layer.area;
-    out.push_back(layer);
-  }
-  return out;
-}
-
-// The mean of the normal component of B over a section. On boxes the normal B of the lowest-order
-// edge element depends only on the coordinate along the normal, linearly, so the flux through a
-// section across elements is the sum of the overlap areas times the element values. On a face of
-// the grid with steel on both sides the two sides' means are averaged; with steel on one side
-// only, the first two layers' means are extrapolated linearly to the face (at the flange's end B_n
-// changes by some 17 % per layer). NaN when the steel doesn't cover the section.
-double section_mean(const SECTION &s, const std::map<int, BOX> &boxes,
-                    const std::map<int, std::array<double, 6>> &B) {
+std::vector<LAYER> layers_through(const SECTION &s, const std::map<int, BOX> &boxes,
+                                  const std::map<int, std::array<double, 6>> &B) {
   const int n = s.normal, u = (n + 1) % 3, v = (n + 2) % 3;
   const double plane = s.lo[n], tol = 1e-7;
   const double area = (s.hi[u] - s.lo[u]) * (s.hi[v] - s.lo[v]);
-  double flux[2] = {0.0, 0.0}, covered[2] = {0.0, 0.0}; // above and below the plane
-  bool across = false;
+  std::map<std::pair<long long, long long>, LAYER> layers; // by extent, in 0.1 micrometres
   for (const auto &[number, box] : boxes) {
-    if (box.property != 1 || box.lo[n] > plane + tol || box.hi[n] < plane - tol) continue;
+    if (box.property != 1) continue;
     const double w =
         overlap(box.lo[u], box.hi[u], s.lo[u], s.hi[u]) * overlap(box.lo[v], box.hi[v], s.lo[v], s.hi[v]);
     if (w == 0.0) continue;
-    across = across || (box.lo[n] < plane - tol && box.hi[n] > plane + tol);
-    for (int side = 0; side < 2; ++side)
-      if (side == 0 ? box.hi[n] > plane + tol : box.lo[n] < plane - tol) {
-        flux[side] += w * B.at(number)[n];
-        covered[side] += w;
-      }
+    LAYER &layer = layers[{std::llround(box.lo[n] * 1e7), std::llround(box.hi[n] * 1e7)}];
+    layer.start = box.lo[n];
+    layer.end = box.hi[n];
+    layer.mean += w * B.at(number)[n];
+    layer.area += w;
   }
-  const bool full[2] = {covered[0] > 0.999 * area, covered[1] > 0.999 * area};
-  if (across || (full[0] && full[1])) {
+  std::vector<LAYER> run;
+  for (auto &[extent, layer] : layers) {
+    if (layer.area < 0.999 * area) continue;
+    layer.mean /= layer.area;
+    if (!run.empty() && std::fabs(layer.start - run.back().end) > tol) {
+      if (run.back().end >= plane - tol) break; // the run through the plane has ended
+      run.clear();
+    }
+    if (run.empty() && layer.start > plane + tol) break;
+    run.push_back(layer);
+  }
+  if (!run.empty() && run.back().end < plane - tol) run.clear();
+  return run;
+}
+
+// B_n at `plane` on the line through two layers' centres and means.
+double on_line(const LAYER &a, const LAYER &b, double plane) {
+  const double za = 0.5 * (a.start + a.end), zb = 0.5 * (b.start + b.end);
+  return a.mean + (b.mean - a.mean) * (plane - za) / (zb - za);
+}
+
+// The mean of the normal component of B over a section. On boxes the normal B of the lowest-order
+// edge element is constant over a cut normal to an axis and linear along it, and across a grid
+// plane where the steel's shape changes (the flange's start, the channel's corner) its slope
+// jumps. So on a grid plane each side's first two layers are extrapolated to the plane and the
+// sides averaged; inside a layer B_n is interpolated between the centres of the nearest layers
+// either side. NaN when the steel doesn't cover the section.
+double section_mean(const SECTION &s, const std::map<int, BOX> &boxes,
+                    const std::map<int, std::array<double, 6>> &B) {
+  const double plane = s.lo[s.normal], tol = 1e-7;
+  const std::vector<LAYER> run = layers_through(s, boxes, B);
+  if (run.size() < 2) return std::nan("");
+  std::vector<LAYER> below, above; // nearest first
+  bool on_plane = false;
+  for (const LAYER &layer : run) {
+    on_plane = on_plane || std::fabs(layer.start - plane) < tol || std::fabs(layer.end - plane) < tol;
+    (0.5 * (layer.start + layer.end) < plane ? below : above).push_back(layer);
+  }
+  std::reverse(below.begin(), below.end());
+  if (on_plane) {
     double sum = 0.0;
     int sides = 0;
-    for (int side = 0; side < 2; ++side)
-      if (full[side]) sum += flux[side] / covered[side], ++sides;
-    return sides ? sum / sides : std::nan("");
+    for (const std::vector<LAYER> *side : {&below, &above}) {
+      if (side->empty()) continue;
+      sum += side->size() >= 2 ? on_line((*side)[0], (*side)[1], plane) : (*side)[0].mean;
+      ++sides;
+    }
+    return sum / sides;
   }
-  if (!full[0] && !full[1]) return std::nan("");
-  const std::vector<LAYER> layers = layers_on_side(s, boxes, B, full[0] ? +1 : -1);
-  if (layers.size() < 2 || layers[1].area < 0.999 * area)
-    return layers.empty() ? std::nan("") : layers[0].mean;
-  const LAYER &first = layers[0], &second = layers[1];
-  return first.mean +
-         (first.mean - second.mean) * (first.thickness / 2) / ((first.thickness + second.thickness) / 2);
+  if (!below.empty() && !above.empty()) return on_line(below[0], above[0], plane);
+  const std::vector<LAYER> &side = below.empty() ? above : below;
+  return on_line(side[0], side[1], plane);
 }
 
 TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
@@ -181,6 +189,22 @@ TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
   const std::vector<SECTION> sections =
       read_sections(source("tests/data/validation/team13_avgB_measured_1000AT.csv"));
   ASSERT_EQ(sections.size(), 25u);
+  // The reading itself, on a field linear in all three coordinates: each section's mean is the
+  // field at its middle.
+  for (const SECTION &s : sections) {
+    const int n = s.normal, u = (n + 1) % 3, v = (n + 2) % 3;
+    auto linear = [&](const std::array<double, 3> &p) { return 1.0 + 2.0 * p[u] + 3.0 * p[v] + 5.0 * p[n]; };
+    std::map<int, std::array<double, 6>> field;
+    for (const auto &[number, box] : boxes) {
+      std::array<double, 6> value{};
+      value[static_cast<std::size_t>(n)] = linear(
+          {0.5 * (box.lo[0] + box.hi[0]), 0.5 * (box.lo[1] + box.hi[1]), 0.5 * (box.lo[2] + box.hi[2])});
+      field[number] = value;
+    }
+    const std::array<double, 3> middle{0.5 * (s.lo[0] + s.hi[0]), 0.5 * (s.lo[1] + s.hi[1]),
+                                       0.5 * (s.lo[2] + s.hi[2])};
+    EXPECT_NEAR(section_mean(s, boxes, field), linear(middle), 1e-12) << "point " << s.point;
+  }
   double sum = 0.0;
   for (const SECTION &s : sections) {
     SCOPED_TRACE(s.point);
@@ -188,13 +212,11 @@ TEST(Team13, TheSearchCoilMeansFollowTheMeasuredTable) {
     ASSERT_FALSE(std::isnan(mean));
     const double error = (mean - s.measured) / s.measured;
     sum += std::fabs(error);
-    // The tolerance this mesh allows (examples/team13/README.md): 12 % at the sections of the
-    // plate, the flange and the wall, 16 % at the channel's outer corner (points 18, 19), where
-    // the field turns and this mesh is 13-14 % low.
-    const bool corner = s.point == 18 || s.point == 19;
-    EXPECT_LT(std::fabs(error), corner ? 0.16 : 0.12) << "computed " << mean << " measured " << s.measured;
+    // The tolerance this mesh allows (examples/team13/README.md): it reads 2-6 % low at the
+    // plate, the flange and the wall (6.2 % at point 19) and 5.6 % high at the flange's end.
+    EXPECT_LT(std::fabs(error), 0.08) << "computed " << mean << " measured " << s.measured;
   }
-  EXPECT_LT(sum / 25.0, 0.08);
+  EXPECT_LT(sum / 25.0, 0.06); // 4.75 % on this mesh
 }
 
 } // namespace
