@@ -6,8 +6,9 @@
 // gives two elements through each 3.2 mm plate and one across each 0.5 mm gap at a fraction of
 // the elements a free tetrahedral mesh would need. Physical volume 1 is the steel, 2 the air;
 // NASTRAN elements carry these numbers as property. -setnumber refine k halves every element
-// size k times; -setnumber box b moves the outer faces of the air to |x|, |y|, z = b (m).
-DefineConstant[ refine = 0, box = 0.4 ];
+// size k times; -setnumber box b moves the outer faces of the air to |x|, |y|, z = b (m), and
+// -setnumber air n adds n layers to the air outside the steel on each side (for a larger box).
+DefineConstant[ refine = 0, box = 0.4, air = 0 ];
 f = 2 ^ refine;
 
 // Each axis: the grid planes that must exist (m), the layers between two of them and the ratio
@@ -16,16 +17,16 @@ f = 2 ^ refine;
 // gap, channel 1's flange (two halves), its outer wall, air. The flange layers thin towards both
 // ends, the gap and the inner corner, where the flux turns and the field is strongest.
 xk[] = {-box, -0.1253, -0.1221, -0.0621, -0.0021, -0.0016, 0, 0.0016, 0.0021, 0.0621, 0.1221, 0.1253, box};
-xn[] = {4, 2, 4, 4, 1, 1, 1, 1, 4, 4, 2, 4};
+xn[] = {4 + air, 2, 4, 4, 1, 1, 1, 1, 4, 4, 2, 4 + air};
 xq[] = {0.4, 1, 1 / 0.6, 0.6, 1, 1, 1, 1, 1 / 0.6, 0.6, 1, 2.5};
 // y: air, channel 2 (-65..-15 mm), the plate (-25..25 mm) overlapping both channels, channel 1.
 yk[] = {-box, -0.065, -0.025, -0.015, 0.015, 0.025, 0.065, box};
-yn[] = {3, 3, 1, 2, 1, 3, 3};
+yn[] = {3 + air, 3, 1, 2, 1, 3, 3 + air};
 yq[] = {0.4, 1, 1, 1, 1, 1, 2.5};
 // z: the coil's height (top at 50 mm), up to the flange (thinning towards it: the corner again),
 // the flange (60..63.2 mm, the plate's top too), air.
 zk[] = {0, 0.05, 0.06, 0.0632, box};
-zn[] = {4, 2, 2, 4};
+zn[] = {4, 2, 2, 4 + air};
 zq[] = {1, 0.5, 1, 2.5};
 
 // The layers of one interval for Extrude: nl layers (ln[], all 1) ending at the fractions lh[].
