@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# TEAM 13 (examples/team13), nonlinear, on the refine-2 mesh (about 1.06 million unknowns): Newton
+# TEAM 13 (examples/team13), nonlinear, on the refine-2 mesh (about 1.16 million unknowns): Newton
 # iterations, ICCG iterations per Newton step, the wall time of the element terms against that of
 # the linear solves, time per stage and peak memory. bench/team13_job.sh [folder] [ampere-turns]
 # (default scratch/bench_team13, 1000); Gmsh makes the mesh there when it is missing (never
