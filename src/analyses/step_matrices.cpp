@@ -39,46 +39,39 @@ void stream_matrix(FFILE *file, std::int64_t size, double factor, double *out, i
   }
 }
 
-// Opens the system matrices after their profile; returns the number of values of one matrix.
-std::int64_t open_after_profile(FFILE *file) {
-  open_ffile(file, "r");
-  MATRIX_PROFILE *profile = read_matrix_profile(file, nullptr);
-  const std::int64_t size = profile->size;
-  free_matrix_profile(&profile);
-  return size;
-}
-
-// The matrix `values` with the profile of the system matrices, written to `out`.
-void write_with_profile(FFILE *system_matrices, FFILE *out, const double *values, std::int64_t size) {
-  open_ffile(system_matrices, "r");
-  MATRIX_PROFILE *profile = read_matrix_profile(system_matrices, nullptr);
-  close_ffile(system_matrices);
+// The matrix `values` with `profile`, written to `out`.
+void write_with_profile(FFILE *out, const MATRIX_PROFILE &profile, const double *values) {
   open_ffile(out, "w");
-  write_matrix_profile(out, profile);
-  write_blocks(values, sizeof(double), static_cast<std::uint64_t>(size), out);
+  write_matrix_profile(out, &profile);
+  write_blocks(values, sizeof(double), static_cast<std::uint64_t>(profile.size), out);
   close_ffile(out);
-  free_matrix_profile(&profile);
 }
 
 } // namespace
 
 void make_r_t_matrices(FFILE *system_matrices, double theta, double delta_t, double *r, double *t) {
-  const double h_factor[2] = {-(1.0 - theta), theta};
-  double *arrays[2] = {r, t};
-  std::int64_t size = 0;
-  for (int m = 0; m < 2; ++m) {
-    size = open_after_profile(system_matrices);
-    stream_matrix(system_matrices, size, h_factor[m], arrays[m], 1, 0, true);
-    stream_matrix(system_matrices, size, 1.0 / delta_t, arrays[m], 1, 0, false);
-    close_ffile(system_matrices);
-  }
+  // The profile is read once, kept for the two files, and skipped on the second pass.
+  open_ffile(system_matrices, "r");
+  MATRIX_PROFILE *profile = read_matrix_profile(system_matrices, nullptr);
+  const std::int64_t size = profile->size;
+  stream_matrix(system_matrices, size, -(1.0 - theta), r, 1, 0, true);
+  stream_matrix(system_matrices, size, 1.0 / delta_t, r, 1, 0, false);
+  open_ffile(system_matrices, "r"); // rewinds
+  skip_matrix_profile(system_matrices);
+  stream_matrix(system_matrices, size, theta, t, 1, 0, true);
+  stream_matrix(system_matrices, size, 1.0 / delta_t, t, 1, 0, false);
+  close_ffile(system_matrices);
   RUN_FILES &files = run_files();
-  write_with_profile(system_matrices, files.system_r_matrix, r, size);
-  write_with_profile(system_matrices, files.system_t_matrix, t, size);
+  write_with_profile(files.system_r_matrix, *profile, r);
+  write_with_profile(files.system_t_matrix, *profile, t);
+  free_matrix_profile(&profile);
 }
 
 void make_complex_matrix(FFILE *system_matrices, double omega, int ac_mode, double *a) {
-  const std::int64_t size = open_after_profile(system_matrices);
+  open_ffile(system_matrices, "r");
+  MATRIX_PROFILE *profile = read_matrix_profile(system_matrices, nullptr);
+  const std::int64_t size = profile->size;
+  free_matrix_profile(&profile);
   for (std::int64_t k = 0; k < size; ++k) a[2 * k + 1] = 0.0;
   stream_matrix(system_matrices, size, 1.0, a, 2, 0, true);
   if (ac_mode == 2) stream_matrix(system_matrices, size, 1.0, a, 2, 1, false);

@@ -82,11 +82,16 @@ struct NONLINEAR_RUN {
   std::vector<double> errors; // the "error" of each Newton iteration of the step
 };
 
-NONLINEAR_RUN run_deck(const TempDir &dir, const STATIC_DECK &deck) {
+// The deck on the slab mesh in dir, run with `arguments`.
+BATCH_RUN run_slab(const TempDir &dir, const STATIC_DECK &deck, const std::vector<std::string> &arguments) {
   write_file(dir.file("input"), static_deck(deck));
   write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
+  return run_batch(dir.path(), arguments);
+}
+
+NONLINEAR_RUN run_deck(const TempDir &dir, const STATIC_DECK &deck) {
   NONLINEAR_RUN out;
-  out.run = run_batch(dir.path(), {"-q"});
+  out.run = run_slab(dir, deck, {"-q"});
   out.output = read_file(dir.file("output"));
   out.check = read_file(dir.file("check"));
   if (out.run.exit_status != 0) return out;
@@ -315,9 +320,7 @@ TEST(NonlinearJob, TheIterationLimitIsReportedAndTheJobGoesOn) {
   STATIC_DECK deck = nonlinear_slab(2.0e5, smooth_curve(120));
   deck.non_linear_card = "1.0e-6 1.0 2 0 0 0 0 0";
   TempDir dir;
-  write_file(dir.file("input"), static_deck(deck));
-  write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
-  const BATCH_RUN run = run_batch(dir.path(), {});
+  const BATCH_RUN run = run_slab(dir, deck, {});
   ASSERT_EQ(run.exit_status, 0);
   EXPECT_NE(read_file(dir.file("output")).find("Max non_linear iteration.\n"), std::string::npos);
   EXPECT_NE(run.stdout_text.find("did not converge"), std::string::npos) << run.stdout_text;
@@ -336,9 +339,7 @@ TEST(NonlinearJob, AFlatCurveIsToldAndANaNFieldStopsTheJob) {
   curve.B.push_back(curve.B.back() + 0.5 * mu0 * 1.0e7); // relative slope 0.5
   {
     TempDir dir;
-    write_file(dir.file("input"), static_deck(nonlinear_slab(300.0, curve)));
-    write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
-    const BATCH_RUN run = run_batch(dir.path(), {});
+    const BATCH_RUN run = run_slab(dir, nonlinear_slab(300.0, curve), {});
     EXPECT_EQ(run.exit_status, 0);
     EXPECT_NE(
         read_file(dir.file("output")).find("Warning:Differential relative permeability is less than 1.\n"),
@@ -363,9 +364,7 @@ TEST(NonlinearJob, AFlatCurveIsToldAndANaNFieldStopsTheJob) {
   STATIC_DECK deck = nonlinear_slab(300.0, curve);
   deck.coil_elements = "UNIF nan 0.0 0.0 0";
   TempDir dir;
-  write_file(dir.file("input"), static_deck(deck));
-  write_file(dir.file("pre_geom.nas"), read_file(mesh_path("slab.bdf")));
-  const BATCH_RUN run = run_batch(dir.path(), {});
+  const BATCH_RUN run = run_slab(dir, deck, {});
   EXPECT_EQ(run.exit_status, 1);
   EXPECT_NE(read_file(dir.file("stderr")).find("Residual have NaN\n"), std::string::npos);
   EXPECT_NE(run.stdout_text.find("Residual have NaN\n"), std::string::npos);
