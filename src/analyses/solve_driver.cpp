@@ -1,9 +1,11 @@
 // The solve stage of a static run: system equation, steps, right-hand side, solutions file.
 #include "analyses/solve_driver.hpp"
 
+#include "analyses/ac_analysis.hpp"
 #include "analyses/nonlinear_iteration.hpp"
 #include "analyses/restart.hpp"
 #include "analyses/solutions_file.hpp"
+#include "analyses/step_matrices.hpp"
 #include "equations/matrix_profile.hpp"
 #include "equations/solvers/solver_methods.hpp"
 #include "input/control_data.hpp"
@@ -13,6 +15,7 @@
 #include "job/memory.hpp"
 #include "job/report.hpp"
 #include "job/run_files.hpp"
+#include "job/tagged_array.hpp"
 #include "job/terminal.hpp"
 #include "mesh/boundary.hpp"
 #include "mesh/model.hpp"
@@ -20,8 +23,10 @@
 #include "sources/field_sources.hpp"
 #include "sources/source_matrices.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 namespace tesmora {
 namespace {
@@ -63,10 +68,7 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
     json_int("NEWTON", "CONVERGE", result.converged);
     json_iteration("NEWTON", "ITERATION", result.iterations);
     json_step("NEWTON", "RESIDUAL", result.residual);
-    if (std::isnan(result.residual)) {
-      write_fault("Residual have NaN\n");
-      stop_job(1);
-    }
+    stop_at_nan(result.residual);
     write_newton_result(step, result.iterations, result.residual, result.converged != 0,
                         result.element_seconds, result.solve_seconds);
     write_saturation(*nonlinear, equation.solution, step);
@@ -82,14 +84,71 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
                                                   equation.no_unknowns, solver_settings(), figures);
   stop_stop_watch(watches.solver);
   record_solve_result(result);
-  // A NaN in the system (a material or source value that isn't a number) makes every figure
-  // meaningless: the job stops rather than write a solution of NaNs.
-  if (std::isnan(result.error)) {
-    write_fault("Residual have NaN\n");
-    stop_job(1);
-  }
+  stop_at_nan(result.error);
   if (result.judged) write_linear_solve(step, result.iterations, result.error, result.converged != 0);
   write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
+}
+
+// What a transient run keeps from one step to the next: the right-hand matrix of the theta
+// method (in the profile's order, the pattern of t_matrix) and the sources' amplitudes at the
+// end of the step before.
+struct TRANSIENT_STATE {
+  double theta = 1.0;
+  TaggedArray<double> r_matrix;
+  std::vector<double> old_amplitudes;
+};
+
+// The sources' part of a transient right-hand side: each load column at the theta-weighted
+// amplitude, and each conductor column at the amplitude's rate of change over the step.
+void add_transient_sources(double *rhs, const std::vector<double> &old_amplitudes, double theta,
+                           double delta_t) {
+  const FIELD_SOURCES &sources = field_sources();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    const double old_amplitude = old_amplitudes[static_cast<std::size_t>(s)];
+    const double weighted = theta * source.amplitude + (1.0 - theta) * old_amplitude;
+    if (source.source_vector && weighted != 0.0) add_sparse_vector(source.source_vector, weighted, rhs);
+    const double rate = (source.amplitude - old_amplitude) / delta_t;
+    if (source.conductor_vector && rate != 0.0) add_sparse_vector(source.conductor_vector, rate, rhs);
+  }
+}
+
+// One step of a linear transient run: on the first step of an interval the theta pair is made
+// for its DELTA_TIME (the factor then stays for the interval); rhs = r x_old + sources; the solve
+// starts from the previous solution unless that is a bad guess.
+void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE_FIGURES &figures, int step,
+                        double time, double delta_t, bool first_of_interval, const LOOP_WATCHES &watches) {
+  write_report(run_files().print_out->stream, "----- Time step %5d  Time %13.5e ------- \n", step, time);
+  state.old_amplitudes = source_amplitudes();
+  set_source_amplitudes(time);
+  const int n = equation.no_unknowns;
+  if (n == 0) {
+    write_solution_record(run_files().solutions, step, time, equation.solution, 0);
+    return;
+  }
+  start_stop_watch(watches.assemble);
+  if (first_of_interval) {
+    // The t array is made in the matrix's own value array and written to its file, from which
+    // load_matrix brings it back with the pattern.
+    make_r_t_matrices(run_files().system_matrices, state.theta, delta_t, state.r_matrix.data(),
+                      equation.t_matrix->matrix_lower);
+    equation.t_matrix_loaded = 0;
+  }
+  SPARSE_MATRIX *matrix = load_matrix(equation);
+  const SPARSE_PATTERN &pattern = matrix->pattern;
+  matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, state.r_matrix.data(),
+                        equation.solution, equation.RHS);
+  add_transient_sources(equation.RHS, state.old_amplitudes, state.theta, delta_t);
+  stop_stop_watch(watches.assemble);
+  choose_initial_value(*matrix, equation.RHS, equation.solution, n, linear_start_threshold);
+  start_stop_watch(watches.solver);
+  const SOLVE_RESULT result =
+      solve_sparse_matrix(matrix, equation.RHS, equation.solution, n, solver_settings(), figures);
+  stop_stop_watch(watches.solver);
+  record_solve_result(result);
+  stop_at_nan(result.error);
+  if (result.judged) write_linear_solve(step, result.iterations, result.error, result.converged != 0);
+  write_solution_record(run_files().solutions, step, time, equation.solution, n);
 }
 
 void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
@@ -105,12 +164,23 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
   NONLINEAR_WORK *nonlinear = control.non_linear ? make_nonlinear_work(first_part, no_unknowns) : nullptr;
   int step = 0;
   double time = control.time_control.initial_time;
+  TRANSIENT_STATE transient;
+  if (control.is_transient) {
+    transient.theta = solver_settings().theta;
+    transient.r_matrix = TaggedArray<double>(std::max(no_nonzeros, 1), "system_equation->r_matrix");
+    // The sources as they stood before the run: a step of current at the initial time counts
+    // as a change over the first step.
+    set_source_amplitudes(time, -1);
+  }
   for (const TIME_ROW &row : control.time_control.rows)
     for (int s = 1; s <= row.no_steps; ++s) {
       // The very first step of a static run keeps the initial time.
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
-      one_static_step(*equation, figures, step, time, watches, nonlinear);
+      if (control.is_transient)
+        one_transient_step(*equation, transient, figures, step, time, row.delta_time, s == 1, watches);
+      else
+        one_static_step(*equation, figures, step, time, watches, nonlinear);
     }
   close_ffile(files.solutions);
   const int newton_iterations = nonlinear ? nonlinear->total_iterations : 0;
@@ -197,6 +267,39 @@ void load_vector(double *rhs, int no_unknowns) {
   }
 }
 
+void stop_at_nan(double residual) {
+  if (!std::isnan(residual)) return;
+  write_fault("Residual have NaN\n");
+  stop_job(1);
+}
+
+void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double *solution, int n,
+                          double threshold) {
+  // A matrix renumbered at each solve keeps its scaled values in another order; its start stays.
+  if (n == 0 || (matrix.renumber_option && matrix.is_renumbered)) return;
+  const SPARSE_PATTERN &pattern = matrix.pattern;
+  const bool scaled = matrix.is_scaled != 0;
+  // In the scaled system D A D y = D b with x = D y.
+  std::vector<double> x(static_cast<std::size_t>(n)), Ax(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i)
+    x[static_cast<std::size_t>(i)] = scaled ? solution[i] / matrix.D[i] : solution[i];
+  double b2 = 0.0;
+  for (int i = 0; i < n; ++i) {
+    const double b = scaled ? matrix.D[i] * rhs[i] : rhs[i];
+    b2 += b * b;
+  }
+  if (b2 < 1e-20) return;
+  matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, matrix.matrix_lower, x.data(),
+                        Ax.data());
+  double r2 = 0.0;
+  for (int i = 0; i < n; ++i) {
+    const double r = (scaled ? matrix.D[i] * rhs[i] : rhs[i]) - Ax[static_cast<std::size_t>(i)];
+    r2 += r * r;
+  }
+  if (r2 / b2 > threshold)
+    for (int i = 0; i < n; ++i) solution[i] = 0.0;
+}
+
 void record_solve_result(const SOLVE_RESULT &result) {
   if (!result.judged) return;
   json_int("ICCG", "CONVERGE", result.converged);
@@ -218,8 +321,11 @@ int restore_model_variables(MESHED_MODEL &first_part) {
 
 void solve_equation_stage(MESHED_MODEL &first_part) {
   const CONTROL_DATA &control = control_data();
-  if (control.is_transient) stop_at_unbuilt(UNBUILT::work, "transient analysis");
-  if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC analysis");
+  // The eddy-current analyses are linear in this build.
+  if (control.is_transient && control.non_linear)
+    stop_at_unbuilt(UNBUILT::work, "nonlinear transient analysis");
+  if (control.ac_mode && control.non_linear) stop_at_unbuilt(UNBUILT::work, "nonlinear AC analysis");
+  if (control.ac_time_domain) stop_at_unbuilt(UNBUILT::work, "AC 3 analysis");
   // NON_LINEAR 2, the effective permeability of AC phasors, belongs to the AC analysis.
   if (control.non_linear == 2) stop_at_unbuilt(UNBUILT::work, "effective-permeability iteration");
 
@@ -244,7 +350,10 @@ void solve_equation_stage(MESHED_MODEL &first_part) {
   const int no_unknowns = profile->dimension;
   const int no_nonzeros = profile->size;
   free_matrix_profile(&profile);
-  time_stepping(first_part, no_unknowns, no_nonzeros);
+  if (control.ac_mode)
+    ac_analysis(first_part, no_unknowns, no_nonzeros);
+  else
+    time_stepping(first_part, no_unknowns, no_nonzeros);
 }
 
 } // namespace tesmora

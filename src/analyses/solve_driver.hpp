@@ -34,6 +34,20 @@ SPARSE_MATRIX *load_matrix(SYSTEM_EQUATION &equation);
 // rhs (no_unknowns) = the sum of the sources' load columns times their amplitudes now.
 void load_vector(double *rhs, int no_unknowns);
 
+// A NaN in the system (a material or source value that isn't a number) makes every figure
+// meaningless: with a NaN residual the job stops with "Residual have NaN" rather than write a
+// solution of NaNs.
+void stop_at_nan(double residual);
+
+// The start of a linear step's iteration: the previous solution unless it is a bad guess, that
+// is unless |b - A x|^2 / |b|^2 (in the scaled system when the matrix is scaled) exceeds the
+// threshold, in which case it starts from zero. A right-hand side of squared norm below 1e-20
+// leaves the start as it is.
+inline constexpr double linear_start_threshold = 1000.0;
+inline constexpr double nonlinear_start_threshold = 100000.0;
+void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double *solution, int n,
+                          double threshold);
+
 // One solve's entry in the JSON results under "ICCG": converged flag, iteration of the solution
 // returned and its relative residual. A solve in which no method ran has none.
 void record_solve_result(const SOLVE_RESULT &result);

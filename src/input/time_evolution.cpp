@@ -235,6 +235,19 @@ double time_value(double t, const TIME_EVOLUTION *evolution, int side) {
   }
 }
 
+void time_phasor(const TIME_EVOLUTION *evolution, double phasor[2]) {
+  phasor[0] = phasor[1] = 0.0;
+  if (!evolution) return;
+  if (evolution->option == wave_form_kind) {
+    // C3 sin + C4 cos is Re((C4 - j C3) e^{j omega t}); a constant C0 counts as a real amplitude.
+    const WAVE_FORM &w = *evolution->wave_form;
+    phasor[0] = w.C0 + w.C4;
+    phasor[1] = -w.C3;
+    return;
+  }
+  phasor[0] = time_value(0.0, evolution, 0);
+}
+
 double polynominal_value(const POLYNOMINAL &p, double x) {
   double value = p.c[p.degree];
   for (int i = p.degree - 1; i >= 0; --i) value = value * x + p.c[i];

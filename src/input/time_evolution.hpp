@@ -83,6 +83,11 @@ TIME_EVOLUTION *find_psim_evolution(int psim_id);
 // The value at t. `side` selects the limit at a jump of a table: 1 from the right, -1 from the
 // left, 0 none. A null evolution is 0. Allocates nothing.
 double time_value(double t, const TIME_EVOLUTION *evolution, int side);
+// The complex amplitude P of an evolution in an AC job, such that its value at the phase omega t
+// is Re(P e^{j omega t}): for a wave form (C0 + C4, -C3), its sine and cosine at the job's
+// frequency (a constant term counts as a real amplitude); any other kind its value at t = 0, real.
+// A null evolution is 0.
+void time_phasor(const TIME_EVOLUTION *evolution, double phasor[2]);
 // The parts of time_value, for callers that hold the record of the kind.
 double wave_form_value(double t, const WAVE_FORM &wave);
 double time_table_value(double t, const TIME_TABLE &table, int side);

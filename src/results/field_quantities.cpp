@@ -1,5 +1,6 @@
 // Flux density of a step at element centres and nodes, and the coil field it adds in reduced regions.
 #include "results/field_quantities.hpp"
+#include "results/field_support.hpp"
 
 #include "input/control_data.hpp"
 #include "input/coordinates.hpp"
@@ -23,18 +24,6 @@ namespace {
 constexpr const char *nodes_tag = "B_source_at_nodes";
 constexpr const char *centers_tag = "B_source_at_element_centers";
 
-bool selected(const V_ELEMENT &element) {
-  return element.material && (element.material->flags & mat_output) != 0;
-}
-
-void element_coordinates(const V_ELEMENT &element, double (*xyz)[3]) {
-  for (int i = 0; i < element.type->no_nodes; ++i) {
-    xyz[i][0] = element.nodes[i]->x;
-    xyz[i][1] = element.nodes[i]->y;
-    xyz[i][2] = element.nodes[i]->z;
-  }
-}
-
 // Sum of amplitude times B of the coils whose field the region of these potential bits carries.
 void coil_B(int potential_bits, const COIL_EVALUATION &evaluation, const double x[3], double B[3]) {
   B[0] = B[1] = B[2] = 0.0;
@@ -47,31 +36,6 @@ void coil_B(int potential_bits, const COIL_EVALUATION &evaluation, const double 
     external_field_B(*source.external, evaluation, x, b);
     for (int c = 0; c < 3; ++c) B[c] += source.amplitude * b[c];
   }
-}
-
-// The chain positions of the first node and element of each part.
-struct CHAIN_OFFSETS {
-  std::vector<int> nodes, elements;
-  int no_nodes = 0, no_elements = 0;
-};
-CHAIN_OFFSETS chain_offsets(const MESHED_MODEL &first_part) {
-  CHAIN_OFFSETS o;
-  for (const MESHED_MODEL *part = &first_part; part; part = part->next) {
-    o.nodes.push_back(o.no_nodes);
-    o.elements.push_back(o.no_elements);
-    o.no_nodes += part->no_nodes;
-    o.no_elements += part->no_v_elements;
-  }
-  return o;
-}
-
-double magnitude(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
-
-// A written vector in the post frame (POST_COORDINATE), at its position; null: the global frame.
-void to_post_frame(const COORDINATE *frame, double v[3], const double position[3]) {
-  if (!frame) return;
-  const double global[3] = {v[0], v[1], v[2]};
-  global_to_local(frame, global, v, position);
 }
 
 } // namespace

@@ -21,4 +21,9 @@ void write_step_report(int step, double time);
 // POST_DATA_FILE, bound by the stage driver through find_post_format).
 void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format);
 
+// The post stage of an AC job: the cycle-averaged Joule heat once, then for each output phase
+// (degrees) the instantaneous state Re(X e^{j phase}), reported and written as a step numbered
+// from 1 whose time is the phase.
+void AC_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format);
+
 } // namespace tesmora

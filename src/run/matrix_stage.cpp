@@ -133,6 +133,9 @@ VARIABLE_OPTIONS variable_options(const CONTROL_DATA &c) {
   options.sliding = c.sliding_motion != 0;
   options.nonconformal = c.mesh_connection == 2;
   options.electric_mode_2 = c.electric_kind == 2;
+  // Without phi the potential in a conductor carries the eddy currents itself: no tree edge
+  // there may lose its unknown.
+  options.keep_conductor_tree_edges = job_a_only(c) && (c.is_transient || c.ac_mode != 0);
   return options;
 }
 

@@ -89,12 +89,14 @@ void solve_equation() {
 void post_processing() {
   const CONTROL_DATA &control = control_data();
   if (control.POST_PROCESSING == 0) return;
-  if (control.ac_mode) stop_at_unbuilt(UNBUILT::work, "AC post-processing");
   if (control.AVERAGE) stop_at_unbuilt(UNBUILT::work, "averaging over a period");
   MESHED_MODEL &model = global_model();
   // The post stage reads the unknowns through the numbering the matrix stage made.
   if (!control.MAKE_SYSTEM_MATRICES && !control.SOLVE_EQUATION) restore_model_variables(model);
-  transient_output_control(model, find_post_format(control.POST_DATA_FILE));
+  if (control.ac_mode)
+    AC_output_control(model, find_post_format(control.POST_DATA_FILE));
+  else
+    transient_output_control(model, find_post_format(control.POST_DATA_FILE));
 }
 
 } // namespace tesmora

@@ -11,8 +11,10 @@
 #include "sources/coil_cards.hpp"
 #include "sources/external_field.hpp"
 
+#include <cmath>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace tesmora {
 namespace {
@@ -240,10 +242,31 @@ void bind_field_sources() {
   }
 }
 
-void set_source_amplitudes(double t) {
+void set_source_amplitudes(double t, int side) {
   for (int k = 0; k < the_sources.no_sources; ++k) {
     FIELD_SOURCE &source = the_sources.data[k];
-    source.amplitude = source.circuit_flag != 0 ? 0.0 : time_value(t, source.time_evolution, 0);
+    source.amplitude = source.circuit_flag != 0 ? 0.0 : time_value(t, source.time_evolution, side);
+  }
+}
+
+std::vector<double> source_amplitudes() {
+  std::vector<double> amplitudes(static_cast<std::size_t>(the_sources.no_sources));
+  for (int k = 0; k < the_sources.no_sources; ++k)
+    amplitudes[static_cast<std::size_t>(k)] = the_sources.data[k].amplitude;
+  return amplitudes;
+}
+
+void source_phasor(const FIELD_SOURCE &source, double phasor[2]) {
+  phasor[0] = phasor[1] = 0.0;
+  if (source.circuit_flag == 0) time_phasor(source.time_evolution, phasor);
+}
+
+void set_source_amplitudes_at_phase(double phase) {
+  for (int k = 0; k < the_sources.no_sources; ++k) {
+    FIELD_SOURCE &source = the_sources.data[k];
+    double phasor[2];
+    source_phasor(source, phasor);
+    source.amplitude = phasor[0] * std::cos(phase) - phasor[1] * std::sin(phase);
   }
 }
 

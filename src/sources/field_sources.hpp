@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <vector>
 
 namespace tesmora {
 
@@ -67,6 +68,10 @@ struct FIELD_SOURCE {
   int potential = 0;                      // POTENTIAL of a coil
   double joule_loss = 0.0;                // W, resistive heat of a conductor source
   SPARSE_VECTOR *source_vector = nullptr; // the load column, once made
+  // COIL in a transient or AC job: the column of its potential in the conductors that carry it,
+  // -integral of sigma N . A_s (edge rows, and sigma grad L . A_s on phi rows); the load is the
+  // rate of change of the amplitude times it.
+  SPARSE_VECTOR *conductor_vector = nullptr;
   double *A_source = nullptr; // COIL: circulation of A along each edge of the chain, by chain index;
                               // tag "field_source->field.external->A_source"
 };
@@ -94,8 +99,16 @@ FIELD_SOURCE *new_field_source();
 const FIELD_SOURCE *find_field_source(int series_no);
 // Binds each source that has a time function to its evolution.
 void bind_field_sources();
-// The amplitude of every source at time t.
-void set_source_amplitudes(double t);
+// The amplitude of every source at time t; at a jump of a table, side -1 takes the value before
+// it, 1 the value after it (time_value).
+void set_source_amplitudes(double t, int side = 0);
+// The amplitudes of the sources now, in table order.
+std::vector<double> source_amplitudes();
+// The complex amplitude of a source in an AC job (0 when a circuit drives it): its value at the
+// phase omega t of the cycle is Re(P e^{j omega t}).
+void source_phasor(const FIELD_SOURCE &source, double phasor[2]);
+// The amplitude of every source at one phase of an AC cycle (radians): Re(P e^{j phase}).
+void set_source_amplitudes_at_phase(double phase);
 // The source table of the report, narrow or wide.
 void print_sources(std::FILE *output, int wide);
 // Joule heat of the conductor sources.

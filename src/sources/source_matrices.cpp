@@ -164,6 +164,51 @@ void element_source_load(const V_ELEMENT &element, const EXTERNAL_FIELD &field,
   }
 }
 
+// One conducting element's rows of a coil's conductor column: -integral of sigma N_i . A_s over
+// the element for its edges (local directions) and -integral of
+// sigma grad L_k . A_s for its nodes (kept only where a node carries phi), with the coil's A_s by Biot-Savart
+// at the Gauss points. `y` takes E + N values.
+void element_conductor_load(const V_ELEMENT &element, const EXTERNAL_FIELD &field,
+                            const COIL_EVALUATION &evaluation, double *y, TRANSFORM_SCRATCH &scratch) {
+  const V_ELEMENT_TYPE &type = *element.type;
+  const int E = type.no_edges, N = type.no_nodes;
+  double xyz[max_element_nodes][3];
+  for (int i = 0; i < N; ++i) {
+    xyz[i][0] = element.nodes[i]->x;
+    xyz[i][1] = element.nodes[i]->y;
+    xyz[i][2] = element.nodes[i]->z;
+  }
+  for (int i = 0; i < E + N; ++i) y[i] = 0.0;
+  const GAUSS_POINTS &points = gauss_points(type.gauss);
+  double inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
+  double gradients[max_element_nodes][3];
+  for (int q = 0; q < points.no_points; ++q) {
+    const double xi = points.p[0][q], eta = points.p[1][q], zeta = points.p[2][q];
+    MATERIAL_POINT point{&element, xi, eta, zeta, {}};
+    element_point(type, xyz, xi, eta, zeta, point.position, scratch);
+    const double det = element_transform_edges(type, xyz, xi, eta, zeta, inverse, values, curls, scratch);
+    double sigma[9], A[3], J[3];
+    linear_tensor(*element.material->sigma, point, sigma);
+    external_field_A(field, evaluation, point.position, A);
+    for (int r = 0; r < 3; ++r)
+      J[r] = sigma[3 * r] * A[0] + sigma[3 * r + 1] * A[1] + sigma[3 * r + 2] * A[2];
+    const double weight = det * points.w[q];
+    for (int i = 0; i < E; ++i)
+      y[i] -= weight * (values[i][0] * J[0] + values[i][1] * J[1] + values[i][2] * J[2]);
+    element_transform_nodes(type, xyz, xi, eta, zeta, inverse, gradients, scratch);
+    for (int k = 0; k < N; ++k)
+      y[E + k] -= weight * (gradients[k][0] * J[0] + gradients[k][1] * J[1] + gradients[k][2] * J[2]);
+  }
+}
+
+// The row of the electric scalar unknown of a node, if it has one.
+void scatter_node_row(const NODE &node, double value, double *work) {
+  const POTENTIAL_TERMS *terms = node.potentials;
+  for (int t = 0; terms && t < terms->no_terms; ++t)
+    if (terms->terms[t].name == PHI_NODE)
+      work[terms->terms[t].position - 1] += terms->terms[t].coefficient * value;
+}
+
 // A count or flag of the file; -1 at its end.
 int read_int(FFILE *file) {
   std::int32_t word = 0;
@@ -257,6 +302,42 @@ void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESH
   }
 }
 
+void conductor_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
+                                               double *work) {
+  const int coil_potential = source.external->potential_option;
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  const EXTERNAL_FIELD &field = *source.external;
+  std::vector<const V_ELEMENT *> conducting;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (element.edges && element.material && element.material->sigma &&
+          region_carries_coil(element.potential_bits, coil_potential))
+        conducting.push_back(&element);
+    }
+  const int count = static_cast<int>(conducting.size());
+  constexpr int width = max_element_edges + max_element_nodes;
+  std::vector<double> rows(static_cast<std::size_t>(count) * width, 0.0);
+#pragma omp parallel
+  {
+    TRANSFORM_SCRATCH scratch;
+#pragma omp for schedule(dynamic, 64)
+    for (int k = 0; k < count; ++k)
+      element_conductor_load(*conducting[static_cast<std::size_t>(k)], field, evaluation,
+                             rows.data() + static_cast<std::size_t>(k) * width, scratch);
+  }
+  for (int k = 0; k < count; ++k) {
+    const V_ELEMENT &element = *conducting[static_cast<std::size_t>(k)];
+    const double *y = rows.data() + static_cast<std::size_t>(k) * width;
+    const int E = element.type->no_edges;
+    for (int i = 0; i < E; ++i) {
+      const double sign = ((element.edge_direction >> i) & 1u) ? 1.0 : -1.0;
+      scatter_edge_row(*element.edges[i], sign * y[i], work);
+    }
+    for (int i = 0; i < element.type->no_nodes; ++i) scatter_node_row(*element.nodes[i], y[E + i], work);
+  }
+}
+
 void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns, const COLUMN_PROJECTION &project) {
   FIELD_SOURCES &sources = field_sources_writable();
   const CONTROL_DATA &control = control_data();
@@ -289,6 +370,14 @@ void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns, const
     if (project) project(work);
     free_sparse_vector(&source.source_vector);
     source.source_vector = make_sparse_vector(no_unknowns, work);
+    if (control.is_transient || control.ac_mode) {
+      // Where the coil's potential enters a conductor, its rate of change drives eddy currents.
+      for (int i = 0; i < no_unknowns; ++i) work[i] = 0.0;
+      conductor_vector_by_external_field_source(source, first_part, work);
+      for (int i = 0; i < no_unknowns; ++i) work[i] *= sources.region_factor;
+      free_sparse_vector(&source.conductor_vector);
+      source.conductor_vector = make_sparse_vector(no_unknowns, work);
+    }
     if (!coil_reaches_a_region(first_part, source.external->potential_option)) {
       // Not an error (a job may keep a coil for its inductance), but rarely what is meant.
       const char *note = "**** COIL source series %d: no region has its POTENTIAL %d, so its field enters "
@@ -344,6 +433,8 @@ void save_sources(FFILE *file, int no_edges) {
     write_word(file, source.source_vector ? 1 : 0);
     if (source.source_vector) write_sparse_vector(file, source.source_vector);
     if (source.type == source_coil) {
+      write_word(file, source.conductor_vector ? 1 : 0);
+      if (source.conductor_vector) write_sparse_vector(file, source.conductor_vector);
       write_word(file, source.A_source ? 1 : 0);
       if (source.A_source)
         write_blocks(source.A_source, sizeof(double), static_cast<std::uint64_t>(no_edges), file);
@@ -368,6 +459,10 @@ void load_sources(FFILE *file, int no_edges) {
     free_sparse_vector(&source.source_vector);
     if (has_vector) source.source_vector = read_sparse_vector(file);
     if (source.type == source_coil) {
+      const int has_conductor_vector = read_int(file);
+      if (has_conductor_vector < 0) stop_at_bad_source_file();
+      free_sparse_vector(&source.conductor_vector);
+      if (has_conductor_vector) source.conductor_vector = read_sparse_vector(file);
       const int has_A = read_int(file);
       if (has_A < 0) stop_at_bad_source_file();
       if (has_A) {
@@ -394,6 +489,7 @@ void free_source_matrices() {
   FIELD_SOURCES &sources = field_sources_writable();
   for (int s = 0; s < sources.no_sources; ++s) {
     free_sparse_vector(&sources.data[s].source_vector);
+    free_sparse_vector(&sources.data[s].conductor_vector);
     if (sources.data[s].A_source) free_named(sources.data[s].A_source, A_source_tag);
     sources.data[s].A_source = nullptr;
   }

@@ -35,6 +35,13 @@ void external_field_source_A_on_edges(FIELD_SOURCE &source, const MESHED_MODEL &
 void load_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
                                           double *work);
 
+// work (no_unknowns, 0-based) += the conductor column of a coil: -integral of sigma N_i . A_coil
+// over the conducting elements of the regions that carry its field (edge rows), and -integral of
+// sigma grad L_k . A_coil on the rows of their nodes' electric scalar potential. In those regions
+// the total potential is A_r + a(t) A_coil, so sigma dA/dt holds a'(t) sigma A_coil: the coil's
+// own share of the eddy-current load.
+void conductor_vector_by_external_field_source(const FIELD_SOURCE &source, const MESHED_MODEL &first_part,
+                                               double *work);
 // The load column of every source (a COIL unless the job sets no coil field), the resistances and,
 // with CALC_IND, the inductances. Reports the two timing lines of the coil steps to `output`.
 // `project`, when given, is applied to each dense column before it is packed (the regularization).
@@ -42,9 +49,9 @@ using COLUMN_PROJECTION = std::function<void(double *column)>;
 void make_source_matrices(const MESHED_MODEL &first_part, int no_unknowns,
                           const COLUMN_PROJECTION &project = {});
 
-// The source_matrix file: per source its series number, a flag and its load column, the
-// A_source of a coil, then the resistances and the inductances. load_sources stops the job when
-// the file doesn't belong to the present source table.
+// The source_matrix file: per source its series number, a flag and its load column, for a coil
+// a flag and its conductor column and its A_source, then the resistances and the inductances. load_sources
+// stops the job when the file doesn't belong to the present source table.
 void save_sources(FFILE *file, int no_edges);
 void load_sources(FFILE *file, int no_edges);
 

@@ -1,5 +1,6 @@
-// Whole static jobs for the tests: a deck made from a few settings, for a run of the real
-// TesmoraBatch. The readers of what the job leaves are in support/job_results.hpp.
+// Whole jobs for the tests (static, and the eddy-current analyses): a deck made from a few
+// settings, for a run of the real TesmoraBatch. The readers of what the job leaves are in
+// support/job_results.hpp.
 #pragma once
 
 #include <string>
@@ -33,6 +34,18 @@ struct STATIC_DECK {
   int last_output_step = 0;                 // LAST_STEP of the output range; 0: no_steps
   std::string output_materials;             // NUMBER_OUTPUT_MATS, then its list card when not 0
   double iccg_conv = 1e-9;
+  // The analysis: "static", "ac" (FREQUENCY and output phases instead of the step cards) or
+  // "transient" (no_steps of delta_time, THETA).
+  std::string analysis = "static";
+  double theta = 0.8;
+  double delta_time = 1.0;
+  std::string frequency_card = "50.0 0.0 0.0 0"; // FREQUENCY LAST_FREQUENCY INTERVAL COUNT
+  std::string phase_card = "0.0 90.0 90.0";      // INITIAL_PHASE LAST_PHASE PHASE_INTERVAL
+  int current = 0, heat = 0, electric = 0;       // CURRENT, HEAT, E of the post selection
+  int print_heat = 0;                            // HEAT of the print tables: the Joule totals
+  int node_out = 1;                              // NODE_OUT
+  // The time evolution section; the default is evolution 1, the constant 1.
+  std::string time_evolutions = "1 0\n1 0\n1 0 0 0 0 0 0\n0 0 0\n";
   int input_mesh_file = 3; // INPUT_MESH_FILE: 3 NASTRAN "pre_geom.nas", 1 ".unv", 7 ".inp"
 };
 

@@ -34,13 +34,18 @@ bool is_unv_delimiter(const std::string &line) {
 } // namespace
 
 std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set) {
+  std::vector<std::map<int, std::array<double, 6>>> steps = read_unv_steps(path, data_set);
+  return steps.empty() ? std::map<int, std::array<double, 6>>{} : steps.back();
+}
+
+std::vector<std::map<int, std::array<double, 6>>> read_unv_steps(const std::string &path, int data_set) {
   const std::vector<std::string> lines = split_lines(read_file(path));
   char marker[16];
   std::snprintf(marker, sizeof marker, "%6d", data_set);
-  std::map<int, std::array<double, 6>> values;
+  std::vector<std::map<int, std::array<double, 6>>> steps;
   for (std::size_t k = 0; k < lines.size(); ++k) {
     if (lines[k] != marker || k == 0 || lines[k - 1] != "    -1") continue;
-    values.clear(); // a later step replaces an earlier one
+    std::map<int, std::array<double, 6>> &values = steps.emplace_back();
     // Label, "Element Data " or "Node Data", three empty lines, three head lines.
     std::size_t at = k + 9;
     while (at + 1 < lines.size() && lines[at] != "    -1") {
@@ -53,7 +58,7 @@ std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, in
       at += 2;
     }
   }
-  return values;
+  return steps;
 }
 
 namespace {

@@ -12,6 +12,8 @@ namespace tesmora::testing {
 // Element or node values of the UNV data set (56 elements, 55 nodes) of the last step in a file:
 // number -> six values.
 std::map<int, std::array<double, 6>> read_unv_values(const std::string &path, int data_set);
+// Every data set of that number in the file, in order (one per step or phase).
+std::vector<std::map<int, std::array<double, 6>>> read_unv_steps(const std::string &path, int data_set);
 
 // The GRID points of a small-field or free-field NASTRAN file, by node number.
 std::map<int, std::array<double, 3>> read_grid_points(const std::string &path);

@@ -1,0 +1,301 @@
+// Electric field, current density and Joule heat of the conducting elements.
+#include "results/eddy_quantities.hpp"
+
+#include "input/control_data.hpp"
+#include "job/memory.hpp"
+#include "job/report.hpp"
+#include "job/run_files.hpp"
+#include "materials/magnetic_property.hpp"
+#include "materials/material_tables.hpp"
+#include "mesh/gauss.hpp"
+#include "results/field_support.hpp"
+#include "results/json_report.hpp"
+#include "sources/coil_cards.hpp"
+#include "sources/external_field.hpp"
+#include "sources/field_sources.hpp"
+#include "sources/source_matrices.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+
+namespace tesmora {
+namespace {
+
+bool conducting(const V_ELEMENT &element) {
+  return element.edges && element.material && element.material->sigma;
+}
+
+// The rate of the unknown of a node's electric scalar potential, 0 when it has none.
+double node_phi_rate(const NODE &node, const double *rate) {
+  const POTENTIAL_TERMS *terms = node.potentials;
+  double value = 0.0;
+  for (int t = 0; terms && t < terms->no_terms; ++t)
+    if (terms->terms[t].name == PHI_NODE)
+      value += terms->terms[t].coefficient * rate[terms->terms[t].position - 1];
+  return value;
+}
+
+// dA/dt + grad dphi/dt at a point whose edge functions, node gradients and global position are
+// given: the element's unknowns and the coils' own potential at their amplitudes' rates.
+void potential_rate_at(const V_ELEMENT &element, const EDDY_RATE &rate, const double (*values)[3],
+                       const double (*gradients)[3], const double x[3], double out[3]) {
+  out[0] = out[1] = out[2] = 0.0;
+  const V_ELEMENT_TYPE &type = *element.type;
+  for (int i = 0; i < type.no_edges; ++i) {
+    const POTENTIAL_TERMS *terms = element.edges[i]->potentials;
+    double a = 0.0;
+    for (int t = 0; terms && t < terms->no_terms; ++t)
+      if (terms->terms[t].name == A_EDGE)
+        a += terms->terms[t].coefficient * rate.unknowns[terms->terms[t].position - 1];
+    if (!((element.edge_direction >> i) & 1u)) a = -a;
+    for (int c = 0; c < 3; ++c) out[c] += a * values[i][c];
+  }
+  for (int k = 0; k < type.no_nodes; ++k) {
+    const double phi = node_phi_rate(*element.nodes[k], rate.unknowns);
+    if (phi != 0.0)
+      for (int c = 0; c < 3; ++c) out[c] += phi * gradients[k][c];
+  }
+  const FIELD_SOURCES &sources = field_sources();
+  if (control_data().no_coil_field) return;
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const FIELD_SOURCE &source = sources.data[s];
+    if (source.type != source_coil || !source.external || rate.sources[s] == 0.0) continue;
+    if (!region_carries_coil(static_cast<int>(element.potential_bits), source.external->potential_option))
+      continue;
+    double A[3];
+    external_field_A(*source.external, evaluation, x, A);
+    for (int c = 0; c < 3; ++c) out[c] += rate.sources[s] * A[c];
+  }
+}
+
+// E at a reference point, and the conductivity tensor there.
+void field_and_sigma(const V_ELEMENT &element, const EDDY_RATE &rate, const double reference[3], double E[3],
+                     double sigma[9], double *det, TRANSFORM_SCRATCH &scratch) {
+  const V_ELEMENT_TYPE &type = *element.type;
+  double xyz[max_element_nodes][3], inverse[3][3], values[max_element_edges][3], curls[max_element_edges][3];
+  double gradients[max_element_nodes][3];
+  element_coordinates(element, xyz);
+  const double xi = reference[0], eta = reference[1], zeta = reference[2];
+  const double d = element_transform_edges(type, xyz, xi, eta, zeta, inverse, values, curls, scratch);
+  element_transform_nodes(type, xyz, xi, eta, zeta, inverse, gradients, scratch);
+  MATERIAL_POINT point{&element, xi, eta, zeta, {}};
+  element_point(type, xyz, xi, eta, zeta, point.position, scratch);
+  potential_rate_at(element, rate, values, gradients, point.position, E);
+  for (int c = 0; c < 3; ++c) E[c] = -E[c];
+  linear_tensor(*element.material->sigma, point, sigma);
+  if (det) *det = d;
+}
+
+void times(const double m[9], const double v[3], double out[3]) {
+  for (int r = 0; r < 3; ++r) out[r] = m[3 * r] * v[0] + m[3 * r + 1] * v[1] + m[3 * r + 2] * v[2];
+}
+
+double dot(const double a[3], const double b[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+
+// Mean of the states' losses of one element.
+double mean_loss(const V_ELEMENT &element, const std::vector<EDDY_RATE> &states, TRANSFORM_SCRATCH &scratch) {
+  double sum = 0.0;
+  for (const EDDY_RATE &rate : states) sum += element_joule_loss(element, rate, scratch);
+  return states.empty() ? 0.0 : sum / static_cast<double>(states.size());
+}
+
+// Node means of a vector quantity (and an optional fifth value) over the selected conducting
+// elements, written as one node block: `evaluate` gives the values at a reference point.
+template <typename EVALUATE>
+void node_means(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part, int step,
+                int code, double time, const char *label, int count, const COORDINATE *frame, const char *tag,
+                EVALUATE evaluate) {
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  const std::uint64_t n = static_cast<std::uint64_t>(o.no_nodes);
+  double *sums[4] = {calloc_double(n, tag), calloc_double(n, tag), calloc_double(n, tag),
+                     calloc_double(n, tag)};
+  int *no_summations = calloc_int(n, "no_summations");
+  std::size_t p = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (!selected(element) || !conducting(element)) continue;
+      for (int i = 0; i < element.type->no_nodes; ++i) {
+        const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
+        const double reference[3] = {r[0], r[1], r[2]};
+        double v[4];
+        evaluate(element, reference, v);
+        const int node = o.nodes[p] + static_cast<int>(element.nodes[i] - part->nodes);
+        for (int d = 0; d < 4; ++d) sums[d][node] += v[d];
+        ++no_summations[node];
+      }
+    }
+  writer.node_block_start(out, step, code, time, label, count);
+  p = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
+    for (int i = 0; i < part->no_nodes; ++i) {
+      const int node = o.nodes[p] + i;
+      if (no_summations[node] == 0) continue;
+      double values[5];
+      for (int d = 0; d < 3; ++d) values[d] = sums[d][node] / no_summations[node];
+      const double position[3] = {part->nodes[i].x, part->nodes[i].y, part->nodes[i].z};
+      to_post_frame(frame, values, position);
+      values[3] = magnitude(values);
+      values[4] = sums[3][node] / no_summations[node];
+      writer.node_value_row(out, part->nodes[i].id, count, values);
+    }
+  writer.end_of_block(out);
+  for (double *sum : sums) free_named(sum, tag);
+  free_named(no_summations, "no_summations");
+}
+
+const COORDINATE *post_frame() {
+  const CONTROL_DATA &control = control_data();
+  return control.POST_COORDINATE ? find_coordinate(control.POST_COORDINATE) : nullptr;
+}
+
+} // namespace
+
+void element_electric_field(const V_ELEMENT &element, const EDDY_RATE &rate, const double reference[3],
+                            double E[3], TRANSFORM_SCRATCH &scratch) {
+  E[0] = E[1] = E[2] = 0.0;
+  if (!conducting(element)) return;
+  double sigma[9];
+  field_and_sigma(element, rate, reference, E, sigma, nullptr, scratch);
+}
+
+double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANSFORM_SCRATCH &scratch) {
+  if (!conducting(element)) return 0.0;
+  const GAUSS_POINTS &points = gauss_points(element.type->gauss);
+  double loss = 0.0;
+  for (int q = 0; q < points.no_points; ++q) {
+    const double reference[3] = {points.p[0][q], points.p[1][q], points.p[2][q]};
+    double E[3], sigma[9], J[3], det = 0.0;
+    field_and_sigma(element, rate, reference, E, sigma, &det, scratch);
+    times(sigma, E, J);
+    loss += det * points.w[q] * dot(J, E);
+  }
+  return loss;
+}
+
+std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part,
+                                                  const std::vector<EDDY_RATE> &states) {
+  std::map<int, double> by_id;
+  TRANSFORM_SCRATCH scratch;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (conducting(element)) by_id[element.mat_id] += mean_loss(element, states, scratch);
+    }
+  std::vector<MATERIAL_LOSS> losses;
+  for (const auto &[id, loss] : by_id) losses.push_back(MATERIAL_LOSS{id, loss});
+  return losses;
+}
+
+void report_joule_loss(const std::vector<MATERIAL_LOSS> &losses, bool print, bool cycle_average) {
+  double total = 0.0;
+  for (const MATERIAL_LOSS &m : losses) {
+    json_source("HEAT", "JOULE", m.mat_id, m.loss);
+    total += m.loss;
+  }
+  json_source("HEAT", "JOULE", 0, total);
+  if (!print) return;
+  std::FILE *output = run_files().print_out->stream;
+  const bool wide = control_data().WIDE != 0;
+  write_report(output, cycle_average
+                           ? "***      Total Joule heatin loss ( 1 cycle average ) in regions       "
+                             "**********************\n"
+                           : "*** Total Joule heatin loss in regions  **********************\n");
+  write_report(output, "        MAT No.       Q (W)\n");
+  for (const MATERIAL_LOSS &m : losses)
+    write_report(output, wide ? "         %4d      %16.8e\n" : "         %4d      %11.4e\n", m.mat_id,
+                 m.loss);
+  write_report(output, wide ? "        Total      %16.8e\n\n" : "        Total      %11.4e\n\n", total);
+  std::fflush(output);
+}
+
+void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                            const EDDY_RATE &rate, int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  writer.set_counts(out, o.no_elements, 0, o.no_nodes, 5);
+  writer.step_start(out, step, post_J_nodes, time);
+  if (control.NODE_OUT) {
+    TRANSFORM_SCRATCH scratch;
+    node_means(out, writer, first_part, step, post_J_nodes, time, "NODE - JX, JY, JZ, |J|, Q", 5,
+               post_frame(), "J_at_nodes[ixyz]",
+               [&](const V_ELEMENT &element, const double reference[3], double v[4]) {
+                 double E[3], sigma[9];
+                 field_and_sigma(element, rate, reference, E, sigma, nullptr, scratch);
+                 times(sigma, E, v);
+                 v[3] = dot(v, E); // Q, the fourth sum
+               });
+  }
+  writer.flush_stored(out, step, "CURR", post_J_nodes, time);
+  writer.step_block_end(out);
+  std::fflush(out.file);
+}
+
+void electric_field_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                           const EDDY_RATE &rate, int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  const COORDINATE *frame = post_frame();
+  writer.set_counts(out, o.no_elements, 4, o.no_nodes, 5);
+  writer.step_start(out, step, post_E_elements, time);
+  TRANSFORM_SCRATCH scratch;
+  if (control.ELEM_OUT) {
+    writer.element_block_start(out, step, post_E_elements, time, "ELEMENT - EX, EY, EZ, |E|", 4);
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+      for (int k = 0; k < part->no_v_elements; ++k) {
+        const V_ELEMENT &element = part->v_elements[k];
+        if (!selected(element) || !conducting(element)) continue;
+        const POINT_3D &c = element.type->center;
+        const double reference[3] = {c[0], c[1], c[2]};
+        double values[4];
+        element_electric_field(element, rate, reference, values, scratch);
+        to_post_frame(frame, values, element.center);
+        values[3] = magnitude(values);
+        writer.element_value_row(out, element.id, 4, values, element.type->no_nodes + 300);
+      }
+    writer.end_of_block(out);
+  }
+  if (control.NODE_OUT)
+    // The fifth value, phi, is the rate of the time-integrated scalar potential: E's gradient part.
+    node_means(out, writer, first_part, step, post_E_nodes, time, "NODE - EX, EY, EZ, |E|, PHI", 5, frame,
+               "E_at_nodes[ixyz]", [&](const V_ELEMENT &element, const double reference[3], double v[4]) {
+                 element_electric_field(element, rate, reference, v, scratch);
+                 v[3] = 0.0;
+                 for (int i = 0; i < element.type->no_nodes; ++i) {
+                   const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
+                   if (r[0] == reference[0] && r[1] == reference[1] && r[2] == reference[2])
+                     v[3] = node_phi_rate(*element.nodes[i], rate.unknowns);
+                 }
+               });
+  writer.flush_stored(out, step, "ELEC", post_E_elements, time);
+  writer.step_block_end(out);
+  std::fflush(out.file);
+}
+
+void heat_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                 const std::vector<EDDY_RATE> &states, int step, double time) {
+  const CONTROL_DATA &control = control_data();
+  const CHAIN_OFFSETS o = chain_offsets(first_part);
+  writer.set_counts(out, o.no_elements, 2, 0, 0);
+  writer.step_start(out, step, post_heat_elements, time);
+  if (control.ELEM_OUT) {
+    writer.element_block_start(out, step, post_heat_elements, time, "HEAT - Q, Q*V", 2);
+    TRANSFORM_SCRATCH scratch;
+    for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+      for (int k = 0; k < part->no_v_elements; ++k) {
+        const V_ELEMENT &element = part->v_elements[k];
+        if (!selected(element) || !conducting(element)) continue;
+        const double loss = mean_loss(element, states, scratch);
+        const double values[2] = {element.volume > 0.0 ? loss / element.volume : 0.0, loss};
+        writer.element_value_row(out, element.id, 2, values, element.type->no_nodes);
+      }
+    writer.end_of_block(out);
+  }
+  writer.flush_stored(out, step, "HEAT", post_heat_elements, time);
+  writer.step_block_end(out);
+  std::fflush(out.file);
+}
+
+} // namespace tesmora

@@ -1,0 +1,63 @@
+// Eddy-current quantities of a step: the electric field E = -d/dt (A + grad phi), the current
+// density J = sigma E and the Joule heat density J . E in the conducting elements, at element
+// centres and averaged at nodes through the post-writer table, and the Joule loss per element and
+// per material.
+//
+// In a region that carries a coil's field the potential is A_r + a(t) A_coil, so the rate of the
+// coil's amplitude enters E with the coil's own A (by Biot-Savart at the point). An AC phasor X
+// has the rate j omega X: the instantaneous rate at the phase theta of the cycle is
+// -omega (Re X sin theta + Im X cos theta).
+#pragma once
+
+#include "mesh/element_transform.hpp"
+#include "results/post_writer.hpp"
+
+#include <vector>
+
+namespace tesmora {
+
+struct MESHED_MODEL;
+struct V_ELEMENT;
+
+// The time derivative of one state: of every unknown (0-based) and of every source's amplitude
+// (source table order).
+struct EDDY_RATE {
+  const double *unknowns = nullptr;
+  const double *sources = nullptr;
+};
+
+// E at a reference point of a conducting element (global components, V/m).
+void element_electric_field(const V_ELEMENT &element, const EDDY_RATE &rate, const double reference[3],
+                            double E[3], TRANSFORM_SCRATCH &scratch);
+
+// The integral of J . E over a conducting element (W), by its Gauss points; 0 elsewhere.
+double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANSFORM_SCRATCH &scratch);
+
+// The Joule loss of each conducting material of the chain, by material id, averaged over the
+// given states with equal weights (one state: instantaneous; two states a quarter period apart:
+// the cycle average of an AC phasor, their mean being half the sum of |Re E|^2 and |Im E|^2).
+struct MATERIAL_LOSS {
+  int mat_id = 0;
+  double loss = 0.0; // W
+};
+std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part,
+                                                  const std::vector<EDDY_RATE> &states);
+
+// The Joule totals in `output` (the HEAT report; the cycle-average heading in AC) and, always, in
+// the JSON results: "HEAT" "JOULE" per material id, and the total under index 0.
+void report_joule_loss(const std::vector<MATERIAL_LOSS> &losses, bool print, bool cycle_average);
+
+// The current density data set ("CURR"): node means of JX, JY, JZ, |J|, Q over the selected
+// conducting elements, when NODE_OUT is on.
+void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                            const EDDY_RATE &rate, int step, double time);
+// The electric field data set ("ELEC"): element-centre values and node means of the selected
+// conducting elements.
+void electric_field_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                           const EDDY_RATE &rate, int step, double time);
+// The Joule heat data set ("HEAT"): per selected conducting element its mean heat density and its
+// loss (Q, Q*V), when ELEM_OUT is on. `states` as for joule_loss_by_material.
+void heat_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
+                 const std::vector<EDDY_RATE> &states, int step, double time);
+
+} // namespace tesmora

@@ -1,0 +1,249 @@
+// Whole eddy-current jobs against closed forms: a conducting slab -d < x < d in a uniform field
+// B0 along z applied on both faces. The field diffuses into the slab by dB/dt = (1/mu sigma)
+// d2B/dx2: in AC Bz = B0 cosh(kx)/cosh(kd) with k = (1 + j)/delta, after a step of the field
+// the series of the diffusion equation. The field is applied by a uniform coil field whose
+// potential (0, B0 x, 0) enters the conductor: all the eddy current comes from the coil's
+// conductor column.
+#include "static_job_support.hpp"
+#include "support/job_results.hpp"
+#include "support/test_support.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace tesmora::testing {
+namespace {
+
+using complex = std::complex<double>;
+constexpr double mu0 = 4e-7 * M_PI;
+constexpr double sigma = 1.0e7; // S/m
+constexpr double d = 0.01;      // half thickness, m
+constexpr double side = 0.01;   // the slab's extent in y and z, one element
+
+// nx hexahedra across the slab, one in y and z, in free-field NASTRAN.
+std::string slab_mesh(int nx) {
+  std::ostringstream s;
+  s.precision(17);
+  auto node = [nx](int i, int j, int k) { return 1 + i + (nx + 1) * (j + 2 * k); };
+  for (int k = 0; k < 2; ++k)
+    for (int j = 0; j < 2; ++j)
+      for (int i = 0; i <= nx; ++i)
+        s << "GRID," << node(i, j, k) << ",0," << -d + 2.0 * d * i / nx << "," << side * j << "," << side * k
+          << "\n";
+  for (int i = 0; i < nx; ++i)
+    s << "CHEXA," << i + 1 << ",1," << node(i, 0, 0) << "," << node(i + 1, 0, 0) << "," << node(i + 1, 1, 0)
+      << "," << node(i, 1, 0) << "," << node(i, 0, 1) << "," << node(i + 1, 0, 1) << ",+E" << i + 1 << "\n+E"
+      << i + 1 << "," << node(i + 1, 1, 1) << "," << node(i, 1, 1) << "\n";
+  return s.str();
+}
+
+// The slab job: the y faces fixed (tangential A 0 there, so A stays along y), the x and z faces
+// natural (Ht = 0 planes), the coil field B0 = 1 T along z with the potential (0, B0 x, 0).
+STATIC_DECK slab_deck(const std::string &analysis) {
+  STATIC_DECK deck;
+  deck.analysis = analysis;
+  deck.tree_gauge = 0; // a tree is built, and the conductor keeps its edges
+  deck.far_boundary = 0;
+  char planes[4][64];
+  std::snprintf(planes[0], sizeof planes[0], "1.0 0.0 0.0 %.17g", d);
+  std::snprintf(planes[1], sizeof planes[1], "1.0 0.0 0.0 %.17g", -d);
+  std::snprintf(planes[2], sizeof planes[2], "0.0 0.0 1.0 0.0");
+  std::snprintf(planes[3], sizeof planes[3], "0.0 0.0 1.0 %.17g", -side);
+  deck.ht0_planes = {planes[0], planes[1], planes[2], planes[3]};
+  char material[96];
+  std::snprintf(material, sizeof material, "1 1 0 %.17g 1.0 0 0 0 0", sigma);
+  deck.materials = {material};
+  deck.coil_elements = "UNIF 0.0 0.0 1.0 1";
+  deck.iccg_conv = 1e-11;
+  deck.node_out = 0;
+  return deck;
+}
+
+struct SLAB_RUN {
+  BATCH_RUN run;
+  std::vector<std::map<int, std::array<double, 6>>> steps; // element values of each output step
+  std::string output;
+};
+
+SLAB_RUN run_slab(const STATIC_DECK &deck, int nx) {
+  TempDir dir;
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file("pre_geom.nas"), slab_mesh(nx));
+  SLAB_RUN out;
+  out.run = run_batch(dir.path(), {"-q"});
+  out.output = read_file(dir.file("output"));
+  if (out.run.exit_status == 0)
+    out.steps = read_unv_steps(dir.file("magnetic"), 56);
+  else
+    ADD_FAILURE() << read_file(dir.file("check"));
+  return out;
+}
+
+double element_left(int i, int nx) { return -d + 2.0 * d * i / nx; }
+
+// The mean of B0 cosh(kx)/cosh(kd) over element i.
+complex ac_mean(int i, int nx, double delta) {
+  const complex k(1.0 / delta, 1.0 / delta);
+  const double a = element_left(i, nx), b = element_left(i + 1, nx);
+  return (std::sinh(k * b) - std::sinh(k * a)) / (k * (b - a) * std::cosh(k * d));
+}
+
+// The frequency at which the skin depth is delta.
+double frequency_for(double delta) { return 2.0 / (mu0 * sigma * delta * delta) / (2.0 * M_PI); }
+
+// The largest deviation from the closed form over the elements, relative to B0, of the AC job's
+// Bz at the phases 0 (Re) and 90 degrees (-Im).
+double ac_slab_error(double d_over_delta, int nx) {
+  const double delta = d / d_over_delta;
+  STATIC_DECK deck = slab_deck("ac");
+  char card[96];
+  std::snprintf(card, sizeof card, "%.17g 0.0 0.0 0", frequency_for(delta));
+  deck.frequency_card = card;
+  // The coil on a sine of amplitude 1 and phase 0: the phasor 1.
+  std::snprintf(card, sizeof card, "1 0\n1 2\n1.0 %.17g 0.0\n", 1.0 / frequency_for(delta));
+  deck.time_evolutions = card;
+  const SLAB_RUN r = run_slab(deck, nx);
+  if (r.steps.size() != 2) {
+    ADD_FAILURE() << "phases written: " << r.steps.size();
+    return 1.0;
+  }
+  double worst = 0.0;
+  for (int i = 0; i < nx; ++i) {
+    const complex exact = ac_mean(i, nx, delta);
+    const complex computed(r.steps[0].at(i + 1)[2], -r.steps[1].at(i + 1)[2]);
+    worst = std::max(worst, std::abs(computed - exact));
+    // Nothing but Bz.
+    EXPECT_NEAR(r.steps[0].at(i + 1)[0], 0.0, 1e-5);
+    EXPECT_NEAR(r.steps[0].at(i + 1)[1], 0.0, 1e-5);
+  }
+  return worst;
+}
+
+TEST(EddyJob, SlabInAnACFieldTakesTheSkinEffectOfTheClosedForm) {
+  // d/delta = 0.5, 1 and 3; the error of the element means falls with the square of h.
+  for (const double ratio : {0.5, 1.0, 3.0}) {
+    SCOPED_TRACE(ratio);
+    const double coarse = ac_slab_error(ratio, 20);
+    const double fine = ac_slab_error(ratio, 40);
+    std::printf("d/delta %.1f: max |Bz - closed form| / B0 %.3e (20 elements), %.3e (40)\n", ratio, coarse,
+                fine);
+    EXPECT_LT(coarse, 0.02);
+    EXPECT_GT(coarse / fine, 3.0);
+  }
+}
+
+// Step response: B/B0 = 1 - sum_n c_n cos(m x) exp(-m^2 t / (mu sigma)), m = (2n+1) pi / 2d,
+// c_n = 4 (-1)^n / ((2n+1) pi); the field before the step is 0.
+double step_mean(int i, int nx, double t) {
+  const double a = element_left(i, nx), b = element_left(i + 1, nx);
+  double sum = 0.0;
+  for (int n = 0; n < 2000; ++n) {
+    const double m = (2 * n + 1) * M_PI / (2.0 * d);
+    const double c = 4.0 * (n % 2 ? -1.0 : 1.0) / ((2 * n + 1) * M_PI);
+    sum += c * (std::sin(m * b) - std::sin(m * a)) / (m * (b - a)) * std::exp(-m * m * t / (mu0 * sigma));
+  }
+  return 1.0 - sum;
+}
+
+// The response to a ramp of duration tr (then constant), by Duhamel's integral of the step
+// response: B/B0 = (1/tr) (s - sum_n c_n cos(m x) (exp(-l (t - s)) - exp(-l t)) / l), s = min(t, tr).
+double ramp_mean(int i, int nx, double t, double tr) {
+  const double a = element_left(i, nx), b = element_left(i + 1, nx);
+  const double s = std::min(t, tr);
+  double sum = 0.0;
+  for (int n = 0; n < 2000; ++n) {
+    const double m = (2 * n + 1) * M_PI / (2.0 * d);
+    const double l = m * m / (mu0 * sigma);
+    const double c = 4.0 * (n % 2 ? -1.0 : 1.0) / ((2 * n + 1) * M_PI);
+    sum += c * (std::sin(m * b) - std::sin(m * a)) / (m * (b - a)) *
+           (std::exp(-l * (t - s)) - std::exp(-l * t)) / l;
+  }
+  return (s - sum) / tr;
+}
+
+// The slow time constant of the slab, mu sigma (2d/pi)^2.
+const double tau = mu0 * sigma * 4.0 * d * d / (M_PI * M_PI);
+
+// A transient slab job: `steps` steps of dt, the coil field on the table `table`.
+SLAB_RUN transient_slab(double theta, double dt, int steps, const std::string &table, int nx) {
+  STATIC_DECK deck = slab_deck("transient");
+  deck.theta = theta;
+  deck.delta_time = dt;
+  deck.no_steps = steps;
+  deck.time_evolutions = table;
+  return run_slab(deck, nx);
+}
+
+TEST(EddyJob, SlabAfterAStepOfTheFieldFollowsTheDiffusionSeries) {
+  // A jump of the table at t = 0: the field before the run is 0, then B0 on the faces.
+  const int nx = 40, steps = 200;
+  const double dt = tau / 100.0;
+  const SLAB_RUN r = transient_slab(1.0, dt, steps, "1 0\n1 1\n3 0.0\n0.0 0.0\n0.0 1.0\n100.0 1.0\n", nx);
+  ASSERT_EQ(r.steps.size(), static_cast<std::size_t>(steps));
+  for (const int step : {20, 60, 200}) { // t = 0.2, 0.6 and 2 tau
+    SCOPED_TRACE(step);
+    double worst = 0.0;
+    for (int i = 0; i < nx; ++i)
+      worst = std::max(worst, std::fabs(r.steps[static_cast<std::size_t>(step - 1)].at(i + 1)[2] -
+                                        step_mean(i, nx, step * dt)));
+    std::printf("step of B0, t = %.1f tau: max |Bz - series| / B0 = %.3e\n", step * dt / tau, worst);
+    EXPECT_LT(worst, 0.02);
+  }
+}
+
+TEST(EddyJob, TheThetaMethodConvergesToItsOrderInTime) {
+  // A ramp over tau, then constant: the error at t = 1.5 tau falls as dt^2 with theta 0.5 and as
+  // dt with theta 1, the mesh fine enough for its own error to stay below.
+  const int nx = 80;
+  const double t_end = 1.5 * tau;
+  char table[128];
+  std::snprintf(table, sizeof table, "1 0\n1 1\n3 0.0\n0.0 0.0\n%.17g 1.0\n100.0 1.0\n", tau);
+  for (const double theta : {0.5, 1.0}) {
+    double errors[2];
+    for (int refine = 0; refine < 2; ++refine) {
+      const int steps = 12 << refine;
+      const SLAB_RUN r = transient_slab(theta, t_end / steps, steps, table, nx);
+      ASSERT_EQ(r.steps.size(), static_cast<std::size_t>(steps));
+      double worst = 0.0;
+      for (int i = 0; i < nx; ++i)
+        worst = std::max(worst, std::fabs(r.steps.back().at(i + 1)[2] - ramp_mean(i, nx, t_end, tau)));
+      errors[refine] = worst;
+    }
+    const double order = std::log2(errors[0] / errors[1]);
+    std::printf("theta %.1f: errors %.3e (12 steps), %.3e (24 steps): order %.2f\n", theta, errors[0],
+                errors[1], order);
+    EXPECT_NEAR(order, theta == 0.5 ? 2.0 : 1.0, 0.25);
+  }
+}
+
+TEST(EddyJob, ASinusoidalTransientSettlesOnTheACPhasor) {
+  // d = delta at 1/T; 4 periods of 80 steps (theta 0.5), then a quarter period: the transient at
+  // t = 4T and 4.25T against the AC job's phases 0 and 90 degrees.
+  const double delta = d;
+  const double f = frequency_for(delta), period = 1.0 / f;
+  const int nx = 20, per_period = 80, steps = 4 * per_period + per_period / 4;
+  char evolution[96];
+  std::snprintf(evolution, sizeof evolution, "1 0\n1 2\n1.0 %.17g 0.0\n", period);
+  const SLAB_RUN transient = transient_slab(0.5, period / per_period, steps, evolution, nx);
+  STATIC_DECK ac = slab_deck("ac");
+  char card[96];
+  std::snprintf(card, sizeof card, "%.17g 0.0 0.0 0", f);
+  ac.frequency_card = card;
+  ac.time_evolutions = evolution;
+  const SLAB_RUN phasor = run_slab(ac, nx);
+  ASSERT_EQ(transient.steps.size(), static_cast<std::size_t>(steps));
+  ASSERT_EQ(phasor.steps.size(), 2u);
+  for (int i = 0; i < nx; ++i) {
+    EXPECT_NEAR(transient.steps[4 * per_period - 1].at(i + 1)[2], phasor.steps[0].at(i + 1)[2], 0.01);
+    EXPECT_NEAR(transient.steps[steps - 1].at(i + 1)[2], phasor.steps[1].at(i + 1)[2], 0.01);
+  }
+}
+
+} // namespace
+} // namespace tesmora::testing
