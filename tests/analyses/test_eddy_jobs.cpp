@@ -1,11 +1,13 @@
-// Whole eddy-current jobs against closed forms: a conducting slab -d < x < d in a uniform field
-// B0 along z applied on both faces. The field diffuses into the slab by dB/dt = (1/mu sigma)
-// d2B/dx2: in AC Bz = B0 cosh(kx)/cosh(kd) with k = (1 + j)/delta, after a step of the field
-// the series of the diffusion equation. The field is applied by a uniform coil field whose
-// potential (0, B0 x, 0) enters the conductor: all the eddy current comes from the coil's
-// conductor column.
+// Whole eddy-current jobs against closed forms. A conducting slab -d < x < d in a uniform field
+// B0 along z applied on both faces: the field diffuses into the slab by dB/dt = (1/mu sigma)
+// d2B/dx2; in AC Bz = B0 cosh(kx)/cosh(kd) with k = (1 + j)/delta, after a step of the field
+// the series of the diffusion equation. A conducting sphere in a uniform AC field, whose loss
+// has a closed form in spherical Bessel functions. The field is applied by a uniform coil field
+// whose potential enters the conductor: all the eddy current comes from the coil's conductor
+// column.
 #include "static_job_support.hpp"
 #include "support/job_results.hpp"
+#include "support/strict_json.hpp"
 #include "support/test_support.hpp"
 
 #include <gtest/gtest.h>
@@ -242,6 +244,140 @@ TEST(EddyJob, ASinusoidalTransientSettlesOnTheACPhasor) {
   for (int i = 0; i < nx; ++i) {
     EXPECT_NEAR(transient.steps[4 * per_period - 1].at(i + 1)[2], phasor.steps[0].at(i + 1)[2], 0.01);
     EXPECT_NEAR(transient.steps[steps - 1].at(i + 1)[2], phasor.steps[1].at(i + 1)[2], 0.01);
+  }
+}
+
+// The Joule totals of output.json: "HEAT" "JOULE<mat>" (the last entry), for a material id or
+// 0 for the total.
+double json_joule(const std::string &json, int mat) {
+  JSON_VALUE root;
+  StrictJsonParser parser(json);
+  if (!parser.parse(root)) {
+    ADD_FAILURE() << json;
+    return 0.0;
+  }
+  const JSON_VALUE *heat = root.member("HEAT");
+  const JSON_VALUE *joule = heat ? heat->member("JOULE" + std::to_string(mat)) : nullptr;
+  if (!joule || joule->items.empty()) {
+    ADD_FAILURE() << "no HEAT JOULE" << mat << " in " << json;
+    return 0.0;
+  }
+  return joule->items.back().number;
+}
+
+TEST(EddyJob, TheSlabsLossAndCurrentAreThoseOfTheClosedForm) {
+  // d = delta. Per unit area of the faces the cycle-average loss is the integral over the
+  // thickness of |J|^2 / (2 sigma), Jy = -(1/mu0) dBz/dx = -B0 k sinh(kx) / (mu0 cosh(kd)), taken
+  // here by Simpson's rule; the slab's faces are side x side.
+  const double delta = d;
+  const complex k(1.0 / delta, 1.0 / delta);
+  auto J = [&](double x) { return -k * std::sinh(k * x) / (mu0 * std::cosh(k * d)); };
+  const int n = 2000;
+  double integral = 0.0;
+  for (int i = 0; i <= n; ++i) {
+    const double x = -d + 2.0 * d * i / n;
+    const double w = i == 0 || i == n ? 1.0 : (i % 2 ? 4.0 : 2.0);
+    integral += w * std::norm(J(x));
+  }
+  integral *= 2.0 * d / n / 3.0;
+  const double expected = integral / (2.0 * sigma) * side * side;
+
+  STATIC_DECK deck = slab_deck("ac");
+  char card[96];
+  std::snprintf(card, sizeof card, "%.17g 0.0 0.0 0", frequency_for(delta));
+  deck.frequency_card = card;
+  std::snprintf(card, sizeof card, "1 0\n1 2\n1.0 %.17g 0.0\n", 1.0 / frequency_for(delta));
+  deck.time_evolutions = card;
+  deck.current = 1;
+  deck.heat = 1;
+  deck.print_heat = 1;
+  deck.node_out = 1;
+  const int nx = 40;
+  TempDir dir;
+  write_file(dir.file("input"), static_deck(deck));
+  write_file(dir.file("pre_geom.nas"), slab_mesh(nx));
+  const BATCH_RUN run = run_batch(dir.path(), {"-q"});
+  ASSERT_EQ(run.exit_status, 0) << read_file(dir.file("check"));
+  const std::string json = read_file(dir.file("output.json"));
+  EXPECT_NEAR(json_joule(json, 1), expected, 0.01 * expected);
+  EXPECT_EQ(json_joule(json, 0), json_joule(json, 1));
+  EXPECT_NE(
+      read_file(dir.file("output")).find("***      Total Joule heatin loss ( 1 cycle average ) in regions"),
+      std::string::npos);
+  // Jy at the nodes of the faces x = +-d at the phase 0: Re J(+-d), within 3 % of its modulus
+  // (node means of the two edge elements' centre values lie a quarter element inside).
+  const std::vector<std::map<int, std::array<double, 6>>> nodes = read_unv_steps(dir.file("current"), 55);
+  ASSERT_EQ(nodes.size(), 2u);
+  for (const int i : {0, nx}) {
+    const double x = -d + 2.0 * d * i / nx;
+    EXPECT_NEAR(nodes[0].at(1 + i)[1], J(x).real(), 0.03 * std::abs(J(x)));
+    EXPECT_NEAR(nodes[1].at(1 + i)[1], -J(x).imag(), 0.03 * std::abs(J(x)));
+  }
+  // The heat data set holds each element's loss; their sum is the total.
+  const std::map<int, std::array<double, 6>> heat = read_unv_values(dir.file("heat"), 56);
+  double sum = 0.0;
+  for (const auto &[number, values] : heat) sum += values[1];
+  EXPECT_NEAR(sum, json_joule(json, 1), 1e-4 * expected);
+}
+
+// A sphere of radius a and conductivity s in a uniform field B0 e^{j w t} along z: inside,
+// A_phi = 3 B0 j1(kr) sin(theta) / (2 k j0(ka)) with k = (1 - j)/delta, so the cycle-average
+// loss is (s w^2 / 2) (8 pi / 3) |3 B0 / (2 k j0(ka))|^2 times the integral of |j1(kr)|^2 r^2
+// over 0 < r < a; in the low-frequency limit pi s w^2 B0^2 a^5 / 15.
+double sphere_loss(double a, double s, double omega) {
+  const double delta = std::sqrt(2.0 / (omega * mu0 * s));
+  const complex k(1.0 / delta, -1.0 / delta);
+  auto j0 = [](complex z) { return std::sin(z) / z; };
+  auto j1 = [](complex z) { return std::sin(z) / (z * z) - std::cos(z) / z; };
+  const int n = 4000;
+  double integral = 0.0;
+  for (int i = 1; i <= n; ++i) { // Simpson's rule; the integrand is 0 at r = 0
+    const double r = a * i / n;
+    const double w = i == n ? 1.0 : (i % 2 ? 4.0 : 2.0);
+    integral += w * std::norm(j1(k * r)) * r * r;
+  }
+  integral *= a / n / 3.0;
+  return s * omega * omega / 2.0 * (8.0 * M_PI / 3.0) * std::norm(3.0 / (2.0 * k * j0(k * a))) * integral;
+}
+
+TEST(EddyJob, ASphereInAnACFieldLosesTheClosedFormPower) {
+  // The octant of examples/sphere (radius 0.1 m, material 1) with conductivity 1e6 S/m, at a/delta
+  // 0.2 (the low-frequency limit) and 2. The planes x = 0 and y = 0 carry E normal to them
+  // (tangential A fixed), z = 0 the mirror of B normal to it (natural); the loss is 8 octants'.
+  const double a = 0.1, s = 1.0e6;
+  for (const double ratio : {0.2, 2.0}) {
+    SCOPED_TRACE(ratio);
+    const double delta = a / ratio, omega = 2.0 / (mu0 * s * delta * delta);
+    STATIC_DECK deck;
+    deck.analysis = "ac";
+    deck.tree_gauge = 0;
+    deck.far_boundary = 0;
+    deck.bn0_planes = {"1.0 0.0 0.0 0.0", "0.0 1.0 0.0 0.0"};
+    deck.ht0_planes = {"0.0 0.0 1.0 0.0"};
+    char text[128];
+    std::snprintf(text, sizeof text, "1 1 0 %.17g 1.0 0 0 0 0", s);
+    deck.materials = {text, "2 1 0 0.0 1.0 0 0 0 0"};
+    deck.coil_elements = "UNIF 0.0 0.0 1.0 0";
+    std::snprintf(text, sizeof text, "%.17g 0.0 0.0 0", omega / (2.0 * M_PI));
+    deck.frequency_card = text;
+    std::snprintf(text, sizeof text, "1 0\n1 2\n1.0 %.17g 0.0\n", 2.0 * M_PI / omega);
+    deck.time_evolutions = text;
+    deck.iccg_conv = 1e-8;
+    deck.phase_card = "0.0 0.0 90.0";
+    TempDir dir;
+    write_file(dir.file("input"), static_deck(deck));
+    write_file(dir.file("pre_geom.nas"),
+               read_file(std::string(TESMORA_SOURCE_DIR) + "/examples/sphere/pre_geom.nas"));
+    const BATCH_RUN run = run_batch(dir.path(), {"-q"});
+    ASSERT_EQ(run.exit_status, 0) << read_file(dir.file("check"));
+    const double computed = 8.0 * json_joule(read_file(dir.file("output.json")), 1);
+    const double expected = sphere_loss(a, s, omega);
+    if (ratio < 1.0) {
+      EXPECT_NEAR(expected, M_PI * s * omega * omega * std::pow(a, 5) / 15.0, 0.005 * expected);
+    }
+    std::printf("sphere a/delta %.1f: loss %.5e W, closed form %.5e W (%+.2f %%)\n", ratio, computed,
+                expected, 100.0 * (computed / expected - 1.0));
+    EXPECT_NEAR(computed, expected, 0.03 * expected);
   }
 }
 
