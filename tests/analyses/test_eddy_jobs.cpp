@@ -320,6 +320,44 @@ TEST(EddyJob, TheSlabsLossAndCurrentAreThoseOfTheClosedForm) {
   EXPECT_NEAR(sum, json_joule(json, 1), 1e-4 * expected);
 }
 
+TEST(EddyJob, ABadTimeOrFrequencyOrConductorCardStopsTheJob) {
+  // Each deck differs from a good slab deck in one card; each job stops at that card with exit
+  // status 1: check names the card under its echo, the terminal names it with its line, stderr
+  // gets the stop.
+  struct CASE {
+    const char *what;
+    STATIC_DECK deck;
+  };
+  std::vector<CASE> cases;
+  STATIC_DECK ac = slab_deck("ac"), transient = slab_deck("transient");
+  transient.delta_time = 1e-3;
+  cases.push_back({"FREQUENCY 0", ac});
+  cases.back().deck.frequency_card = "0.0 0.0 0.0 0";
+  cases.push_back({"FREQUENCY -50", ac});
+  cases.back().deck.frequency_card = "-50.0 0.0 0.0 0";
+  cases.push_back({"DELTA_TIME 0", transient});
+  cases.back().deck.delta_time = 0.0;
+  cases.push_back({"NO_STEPS 0", transient});
+  cases.back().deck.no_steps = 0;
+  cases.back().deck.last_output_step = 1;
+  // A conductivity taken from a temperature table (SIGMA_DEPEND_ID 1) with SIGMA 0.
+  cases.push_back({"SIGMA 0 with SIGMA_DEPEND_ID", transient});
+  cases.back().deck.materials = {"1 1 0 0.0 1.0 0 0 0 1"};
+  for (const CASE &c : cases) {
+    SCOPED_TRACE(c.what);
+    TempDir dir;
+    write_file(dir.file("input"), static_deck(c.deck));
+    write_file(dir.file("pre_geom.nas"), slab_mesh(4));
+    const BATCH_RUN run = run_batch(dir.path(), {});
+    EXPECT_EQ(run.exit_status, 1);
+    const std::string check = read_file(dir.file("check"));
+    EXPECT_NE(check.find("Error in card No."), std::string::npos) << check;
+    EXPECT_NE(run.stdout_text.find("Error in card No."), std::string::npos) << run.stdout_text;
+    EXPECT_NE(read_file(dir.file("stderr")).find("exception error occured!! no.= 1"), std::string::npos);
+    EXPECT_FALSE(file_exists(dir.file("solutions")));
+  }
+}
+
 // A sphere of radius a and conductivity s in a uniform field B0 e^{j w t} along z: inside,
 // A_phi = 3 B0 j1(kr) sin(theta) / (2 k j0(ka)) with k = (1 - j)/delta, so the cycle-average
 // loss is (s w^2 / 2) (8 pi / 3) |3 B0 / (2 k j0(ka))|^2 times the integral of |j1(kr)|^2 r^2
