@@ -153,14 +153,6 @@ const COORDINATE *post_frame() {
 
 } // namespace
 
-void element_electric_field(const V_ELEMENT &element, const EDDY_RATE &rate, const double reference[3],
-                            double E[3], TRANSFORM_SCRATCH &scratch) {
-  E[0] = E[1] = E[2] = 0.0;
-  if (!conducting(element)) return;
-  double sigma[9];
-  field_and_sigma(element, rate, reference, E, sigma, nullptr, scratch);
-}
-
 double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANSFORM_SCRATCH &scratch) {
   if (!conducting(element)) return 0.0;
   const GAUSS_POINTS &points = gauss_points(element.type->gauss);
@@ -229,47 +221,6 @@ void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const M
                });
   }
   writer.flush_stored(out, step, "CURR", post_J_nodes, time);
-  writer.step_block_end(out);
-  std::fflush(out.file);
-}
-
-void electric_field_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
-                           const EDDY_RATE &rate, int step, double time) {
-  const CONTROL_DATA &control = control_data();
-  const CHAIN_OFFSETS o = chain_offsets(first_part);
-  const COORDINATE *frame = post_frame();
-  writer.set_counts(out, o.no_elements, 4, o.no_nodes, 5);
-  writer.step_start(out, step, post_E_elements, time);
-  TRANSFORM_SCRATCH scratch;
-  if (control.ELEM_OUT) {
-    writer.element_block_start(out, step, post_E_elements, time, "ELEMENT - EX, EY, EZ, |E|", 4);
-    for (const MESHED_MODEL *part = &first_part; part; part = part->next)
-      for (int k = 0; k < part->no_v_elements; ++k) {
-        const V_ELEMENT &element = part->v_elements[k];
-        if (!selected(element) || !conducting(element)) continue;
-        const POINT_3D &c = element.type->center;
-        const double reference[3] = {c[0], c[1], c[2]};
-        double values[4];
-        element_electric_field(element, rate, reference, values, scratch);
-        to_post_frame(frame, values, element.center);
-        values[3] = magnitude(values);
-        writer.element_value_row(out, element.id, 4, values, element.type->no_nodes + 300);
-      }
-    writer.end_of_block(out);
-  }
-  if (control.NODE_OUT)
-    // The fifth value, phi, is the rate of the time-integrated scalar potential: E's gradient part.
-    node_means(out, writer, first_part, step, post_E_nodes, time, "NODE - EX, EY, EZ, |E|, PHI", 5, frame,
-               "E_at_nodes[ixyz]", [&](const V_ELEMENT &element, const double reference[3], double v[4]) {
-                 element_electric_field(element, rate, reference, v, scratch);
-                 v[3] = 0.0;
-                 for (int i = 0; i < element.type->no_nodes; ++i) {
-                   const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
-                   if (r[0] == reference[0] && r[1] == reference[1] && r[2] == reference[2])
-                     v[3] = node_phi_rate(*element.nodes[i], rate.unknowns);
-                 }
-               });
-  writer.flush_stored(out, step, "ELEC", post_E_elements, time);
   writer.step_block_end(out);
   std::fflush(out.file);
 }

@@ -1,7 +1,6 @@
 // Eddy-current quantities of a step: the electric field E = -d/dt (A + grad phi), the current
-// density J = sigma E and the Joule heat density J . E in the conducting elements, at element
-// centres and averaged at nodes through the post-writer table, and the Joule loss per element and
-// per material.
+// density J = sigma E and the Joule heat density J . E in the conducting elements, averaged at
+// nodes through the post-writer table, and the Joule loss per element and per material.
 //
 // In a region that carries a coil's field the potential is A_r + a(t) A_coil, so the rate of the
 // coil's amplitude enters E with the coil's own A (by Biot-Savart at the point). An AC phasor X
@@ -26,10 +25,6 @@ struct EDDY_RATE {
   const double *sources = nullptr;
 };
 
-// E at a reference point of a conducting element (global components, V/m).
-void element_electric_field(const V_ELEMENT &element, const EDDY_RATE &rate, const double reference[3],
-                            double E[3], TRANSFORM_SCRATCH &scratch);
-
 // The integral of J . E over a conducting element (W), by its Gauss points; 0 elsewhere.
 double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANSFORM_SCRATCH &scratch);
 
@@ -51,10 +46,6 @@ void report_joule_loss(const std::vector<MATERIAL_LOSS> &losses, bool print, boo
 // conducting elements, when NODE_OUT is on.
 void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                             const EDDY_RATE &rate, int step, double time);
-// The electric field data set ("ELEC"): element-centre values and node means of the selected
-// conducting elements.
-void electric_field_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
-                           const EDDY_RATE &rate, int step, double time);
 // The Joule heat data set ("HEAT"): per selected conducting element its mean heat density and its
 // loss (Q, Q*V), when ELEM_OUT is on. `states` as for joule_loss_by_material.
 void heat_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,

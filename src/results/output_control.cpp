@@ -37,15 +37,13 @@ struct POST_FILES {
   POST_FILE single;                 // the single file, owned here; no file: one file per output
   POST_FILE magnetic;               // the flux density's own file
   POST_FILE current;                // the eddy-current density's
-  POST_FILE electric;               // the electric field's
   POST_FILE heat;                   // the Joule heat's
   POST_FILE *to_magnetic = nullptr; // where the flux density goes; null: not written
   POST_FILE *to_current = nullptr;
-  POST_FILE *to_electric = nullptr;
   POST_FILE *to_heat = nullptr;
 };
 
-// Whether the job's analysis has eddy currents, whose outputs (CURRENT, E, HEAT) it then writes.
+// Whether the job's analysis has eddy currents, whose outputs (CURRENT, HEAT) it then writes.
 bool has_eddy_currents(const CONTROL_DATA &control) { return control.is_transient || control.ac_mode != 0; }
 
 void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format, POST_FILES &files) {
@@ -54,7 +52,6 @@ void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format,
   const bool eddy = has_eddy_currents(control);
   const bool magnetic = control.post.MAGNETIC || control.post.MAGNETIZATION;
   const bool current = eddy && control.post.CURRENT;
-  const bool electric = eddy && control.post.E;
   const bool heat = eddy && control.post.HEAT;
   if (format.single_file) {
     files.single.file = create_ffile(format.single_file, 0);
@@ -62,7 +59,6 @@ void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format,
     writer.file_start(files.single.out);
     if (magnetic) files.to_magnetic = &files.single;
     if (current) files.to_current = &files.single;
-    if (electric) files.to_electric = &files.single;
     if (heat) files.to_heat = &files.single;
     return;
   }
@@ -77,7 +73,6 @@ void open_all_post_files(const CONTROL_DATA &control, const POST_FORMAT &format,
   RUN_FILES &run = run_files();
   open(magnetic, files.magnetic, run.post_magnetic, files.to_magnetic);
   open(current, files.current, run.post_current, files.to_current);
-  open(electric, files.electric, run.post_electric, files.to_electric);
   open(heat, files.heat, run.post_heat, files.to_heat);
 }
 
@@ -86,7 +81,7 @@ void close_all_post_files(POST_FILES &files) {
     close_ffile(files.single.file);
     free_ffile(files.single.file, single_stream_tag);
   } else {
-    for (POST_FILE *file : {&files.magnetic, &files.current, &files.electric, &files.heat})
+    for (POST_FILE *file : {&files.magnetic, &files.current, &files.heat})
       if (file->file) close_ffile(file->file);
   }
   files = POST_FILES{};
@@ -97,7 +92,7 @@ void close_all_post_files(POST_FILES &files) {
 void report_outputs_not_built(const CONTROL_DATA &control) {
   const POST_SELECTION &post = control.post;
   const PRINT_SELECTION &print = control.print;
-  // A static job has no eddy currents: its CURRENT, E and HEAT would need conductor sources.
+  // A static job has no eddy currents: its CURRENT and HEAT would need conductor sources.
   const bool eddy = has_eddy_currents(control);
   const std::pair<int, const char *> outputs[] = {{eddy ? 0 : post.CURRENT, "CURRENT"},
                                                   {post.FORCE_J_B, "FORCE_J_B"},
@@ -106,7 +101,7 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
                                                   {post.ELEM, "ELEM"},
                                                   {eddy ? 0 : post.HEAT, "HEAT"},
                                                   {post.IRON_LOSS, "IRON_LOSS"},
-                                                  {eddy ? 0 : post.E, "E"},
+                                                  {post.E, "E"},
                                                   {post.COIL_FORCE, "COIL_FORCE"}};
   const std::pair<int, const char *> tables[] = {{print.A, "A"},
                                                  {print.V, "V"},
@@ -132,7 +127,7 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
 }
 
 // The post data sets of one state: B (and M) of the solution, and in an eddy-current job J, E
-// and the Joule heat of the rates. `heat_states` are the states whose mean heat is written (the
+// the Joule heat of the rates. `heat_states` are the states whose mean heat is written (the
 // rate itself in a transient step, two quarter-period states for the cycle average of AC).
 void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_MODEL &first_part,
                      const double *solution, const EDDY_RATE *rate, const std::vector<EDDY_RATE> &heat_states,
@@ -150,7 +145,6 @@ void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_
     free_coil_field_at_points(coil);
   }
   if (!rate) return;
-  if (files.to_electric) electric_field_output(files.to_electric->out, writer, first_part, *rate, step, time);
   if (files.to_current) current_density_output(files.to_current->out, writer, first_part, *rate, step, time);
   if (files.to_heat) heat_output(files.to_heat->out, writer, first_part, heat_states, step, time);
 }
