@@ -99,17 +99,23 @@ complex ac_mean(int i, int nx, double delta) {
 // The frequency at which the skin depth is delta.
 double frequency_for(double delta) { return 2.0 / (mu0 * sigma * delta * delta) / (2.0 * M_PI); }
 
-// The largest deviation from the closed form over the elements, relative to B0, of the AC job's
-// Bz at the phases 0 (Re) and 90 degrees (-Im).
-double ac_slab_error(double d_over_delta, int nx) {
-  const double delta = d / d_over_delta;
+// The AC slab job at the frequency of skin depth delta, the coil on a sine of amplitude 1 and
+// phase 0: the phasor 1.
+STATIC_DECK ac_slab_deck(double delta) {
   STATIC_DECK deck = slab_deck("ac");
   char card[96];
   std::snprintf(card, sizeof card, "%.17g 0.0 0.0 0", frequency_for(delta));
   deck.frequency_card = card;
-  // The coil on a sine of amplitude 1 and phase 0: the phasor 1.
   std::snprintf(card, sizeof card, "1 0\n1 2\n1.0 %.17g 0.0\n", 1.0 / frequency_for(delta));
   deck.time_evolutions = card;
+  return deck;
+}
+
+// The largest deviation from the closed form over the elements, relative to B0, of the AC job's
+// Bz at the phases 0 (Re) and 90 degrees (-Im).
+double ac_slab_error(double d_over_delta, int nx) {
+  const double delta = d / d_over_delta;
+  const STATIC_DECK deck = ac_slab_deck(delta);
   const SLAB_RUN r = run_slab(deck, nx);
   if (r.steps.size() != 2) {
     ADD_FAILURE() << "phases written: " << r.steps.size();
@@ -282,12 +288,7 @@ TEST(EddyJob, TheSlabsLossAndCurrentAreThoseOfTheClosedForm) {
   integral *= 2.0 * d / n / 3.0;
   const double expected = integral / (2.0 * sigma) * side * side;
 
-  STATIC_DECK deck = slab_deck("ac");
-  char card[96];
-  std::snprintf(card, sizeof card, "%.17g 0.0 0.0 0", frequency_for(delta));
-  deck.frequency_card = card;
-  std::snprintf(card, sizeof card, "1 0\n1 2\n1.0 %.17g 0.0\n", 1.0 / frequency_for(delta));
-  deck.time_evolutions = card;
+  STATIC_DECK deck = ac_slab_deck(delta);
   deck.current = 1;
   deck.heat = 1;
   deck.print_heat = 1;
