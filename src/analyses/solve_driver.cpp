@@ -280,22 +280,16 @@ void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double
   const SPARSE_PATTERN &pattern = matrix.pattern;
   const bool scaled = matrix.is_scaled != 0;
   // In the scaled system D A D y = D b with x = D y.
-  std::vector<double> x(static_cast<std::size_t>(n)), Ax(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i)
-    x[static_cast<std::size_t>(i)] = scaled ? solution[i] / matrix.D[i] : solution[i];
+  auto b = [&](int i) { return scaled ? matrix.D[i] * rhs[i] : rhs[i]; };
   double b2 = 0.0;
-  for (int i = 0; i < n; ++i) {
-    const double b = scaled ? matrix.D[i] * rhs[i] : rhs[i];
-    b2 += b * b;
-  }
+  for (int i = 0; i < n; ++i) b2 += b(i) * b(i);
   if (b2 < 1e-20) return;
-  matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, matrix.matrix_lower, x.data(),
-                        Ax.data());
+  TaggedArray<double> y(n, "work in choose_initial_value"), Ay(n, "work in choose_initial_value");
+  for (int i = 0; i < n; ++i) y[i] = scaled ? solution[i] / matrix.D[i] : solution[i];
+  matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, matrix.matrix_lower, y.data(),
+                        Ay.data());
   double r2 = 0.0;
-  for (int i = 0; i < n; ++i) {
-    const double r = (scaled ? matrix.D[i] * rhs[i] : rhs[i]) - Ax[static_cast<std::size_t>(i)];
-    r2 += r * r;
-  }
+  for (int i = 0; i < n; ++i) r2 += (b(i) - Ay[i]) * (b(i) - Ay[i]);
   if (r2 / b2 > threshold)
     for (int i = 0; i < n; ++i) solution[i] = 0.0;
 }
