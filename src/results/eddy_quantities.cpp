@@ -101,51 +101,6 @@ double mean_loss(const V_ELEMENT &element, const std::vector<EDDY_RATE> &states,
   return states.empty() ? 0.0 : sum / static_cast<double>(states.size());
 }
 
-// Node means of a vector quantity (and an optional fifth value) over the selected conducting
-// elements, written as one node block: `evaluate` gives the values at a reference point.
-template <typename EVALUATE>
-void node_means(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part, int step,
-                int code, double time, const char *label, int count, const COORDINATE *frame, const char *tag,
-                EVALUATE evaluate) {
-  const CHAIN_OFFSETS o = chain_offsets(first_part);
-  const std::uint64_t n = static_cast<std::uint64_t>(o.no_nodes);
-  double *sums[4] = {calloc_double(n, tag), calloc_double(n, tag), calloc_double(n, tag),
-                     calloc_double(n, tag)};
-  int *no_summations = calloc_int(n, "no_summations");
-  std::size_t p = 0;
-  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
-    for (int k = 0; k < part->no_v_elements; ++k) {
-      const V_ELEMENT &element = part->v_elements[k];
-      if (!selected(element) || !conducting(element)) continue;
-      for (int i = 0; i < element.type->no_nodes; ++i) {
-        const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
-        const double reference[3] = {r[0], r[1], r[2]};
-        double v[4];
-        evaluate(element, reference, v);
-        const int node = o.nodes[p] + static_cast<int>(element.nodes[i] - part->nodes);
-        for (int d = 0; d < 4; ++d) sums[d][node] += v[d];
-        ++no_summations[node];
-      }
-    }
-  writer.node_block_start(out, step, code, time, label, count);
-  p = 0;
-  for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
-    for (int i = 0; i < part->no_nodes; ++i) {
-      const int node = o.nodes[p] + i;
-      if (no_summations[node] == 0) continue;
-      double values[5];
-      for (int d = 0; d < 3; ++d) values[d] = sums[d][node] / no_summations[node];
-      const double position[3] = {part->nodes[i].x, part->nodes[i].y, part->nodes[i].z};
-      to_post_frame(frame, values, position);
-      values[3] = magnitude(values);
-      values[4] = sums[3][node] / no_summations[node];
-      writer.node_value_row(out, part->nodes[i].id, count, values);
-    }
-  writer.end_of_block(out);
-  for (double *sum : sums) free_named(sum, tag);
-  free_named(no_summations, "no_summations");
-}
-
 const COORDINATE *post_frame() {
   const CONTROL_DATA &control = control_data();
   return control.POST_COORDINATE ? find_coordinate(control.POST_COORDINATE) : nullptr;
@@ -211,14 +166,16 @@ void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const M
   writer.step_start(out, step, post_J_nodes, time);
   if (control.NODE_OUT) {
     TRANSFORM_SCRATCH scratch;
-    node_means(out, writer, first_part, step, post_J_nodes, time, "NODE - JX, JY, JZ, |J|, Q", 5,
-               post_frame(), "J_at_nodes[ixyz]",
-               [&](const V_ELEMENT &element, const double reference[3], double v[4]) {
-                 double E[3], sigma[9];
-                 field_and_sigma(element, rate, reference, E, sigma, nullptr, scratch);
-                 times(sigma, E, v);
-                 v[3] = dot(v, E); // Q, the fourth sum
-               });
+    write_node_means(out, writer, first_part, step, post_J_nodes, time, "NODE - JX, JY, JZ, |J|, Q", 5,
+                     post_frame(), "J_at_nodes[ixyz]", conducting,
+                     [&](const V_ELEMENT &element, int corner, int /*node*/, double v[4]) {
+                       const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(corner)];
+                       const double reference[3] = {r[0], r[1], r[2]};
+                       double E[3], sigma[9];
+                       field_and_sigma(element, rate, reference, E, sigma, nullptr, scratch);
+                       times(sigma, E, v);
+                       v[3] = dot(v, E); // Q, the fourth sum
+                     });
   }
   writer.flush_stored(out, step, "CURR", post_J_nodes, time);
   writer.step_block_end(out);

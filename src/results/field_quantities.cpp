@@ -174,48 +174,23 @@ void flux_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESH
       }
     writer.end_of_block(out);
   }
-  if (control.NODE_OUT) {
-    const std::uint64_t n = static_cast<std::uint64_t>(o.no_nodes);
-    double *sums[3] = {calloc_double(n, "B_at_nodes[ixyz]"), calloc_double(n, "B_at_nodes[ixyz]"),
-                       calloc_double(n, "B_at_nodes[ixyz]")};
-    int *no_summations = calloc_int(n, "no_summations");
-    std::size_t p = 0;
-    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
-      for (int k = 0; k < part->no_v_elements; ++k) {
-        const V_ELEMENT &element = part->v_elements[k];
-        if (!selected(element)) continue;
-        for (int i = 0; i < element.type->no_nodes; ++i) {
-          const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(i)];
+  if (control.NODE_OUT)
+    // The fifth value, the flux function, exists in the two-dimensional models only: 0 here.
+    write_node_means(
+        out, writer, first_part, step, post_B_nodes, time, "NODE - BX, BY, BZ, |B|, FLUX", 5, frame,
+        "B_at_nodes[ixyz]", [](const V_ELEMENT &) { return true; },
+        [&](const V_ELEMENT &element, int corner, int node, double v[4]) {
+          const POINT_3D &r = element.type->node_coordinates[static_cast<std::size_t>(corner)];
           const double reference[3] = {r[0], r[1], r[2]};
-          double B[3];
-          element_curl_A(element, solution, reference, B, scratch);
-          const int node = o.nodes[p] + static_cast<int>(element.nodes[i] - part->nodes);
+          element_curl_A(element, solution, reference, v, scratch);
           // The coil field at a corner is that of the element's own region.
-          const double x[3] = {element.nodes[i]->x, element.nodes[i]->y, element.nodes[i]->z};
+          const NODE &at = *element.nodes[corner];
+          const double x[3] = {at.x, at.y, at.z};
           double b_coil[3];
           coil_field_at_node(coil, element, node, x, b_coil);
-          for (int d = 0; d < 3; ++d) sums[d][node] += B[d] + b_coil[d];
-          ++no_summations[node];
-        }
-      }
-    writer.node_block_start(out, step, post_B_nodes, time, "NODE - BX, BY, BZ, |B|, FLUX", 5);
-    p = 0;
-    for (const MESHED_MODEL *part = &first_part; part; part = part->next, ++p)
-      for (int i = 0; i < part->no_nodes; ++i) {
-        const int node = o.nodes[p] + i;
-        if (no_summations[node] == 0) continue;
-        double values[5];
-        for (int d = 0; d < 3; ++d) values[d] = sums[d][node] / no_summations[node];
-        const double position[3] = {part->nodes[i].x, part->nodes[i].y, part->nodes[i].z};
-        to_post_frame(frame, values, position);
-        values[3] = magnitude(values);
-        values[4] = 0.0; // the flux function exists in the two-dimensional models only
-        writer.node_value_row(out, part->nodes[i].id, 5, values);
-      }
-    writer.end_of_block(out);
-    for (int d = 0; d < 3; ++d) free_named(sums[d], "B_at_nodes[ixyz]");
-    free_named(no_summations, "no_summations");
-  }
+          for (int d = 0; d < 3; ++d) v[d] += b_coil[d];
+          v[3] = 0.0;
+        });
   writer.flush_stored(out, step, "BMAG", post_B_elements, time);
   writer.step_block_end(out);
   std::fflush(out.file);
