@@ -184,7 +184,7 @@ TEST(ControlCards, AcDeckSettings) {
 
 TEST(ControlCards, TransientDeckSettings) {
   ScopedJobFiles files;
-  FFILE *file = files.open_card_text("input", example_deck("transient"));
+  FFILE *file = files.open_card_text("input", example_deck("transient_nonlinear"));
   CONTROL_DATA c;
   SOLVER_SETTINGS s;
   read_control_cards(file, c, s);

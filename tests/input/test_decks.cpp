@@ -22,8 +22,8 @@ protected:
   TempDir folder;
 };
 
-// The static and AC examples, the nonlinear TEAM 13 deck among them, run to their end; the
-// nonlinear transient one stops where this build's analyses end, after its matrices.
+// The static, AC and linear transient examples, the nonlinear TEAM 13 deck among them, run to
+// their end; the nonlinear transient one stops where this build's analyses end, after its matrices.
 TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
   const std::map<std::string, std::string> stops = {
       {"static", ""},
@@ -31,7 +31,8 @@ TEST_F(DeckRuns, ExampleJobsMakeTheirMatricesAndRunAsFarAsTheBuildGoes) {
       {"shell", ""},
       {"coil_plate", ""},
       {"ac", ""},
-      {"transient",
+      {"transient", ""},
+      {"transient_nonlinear",
        "**** The nonlinear transient analysis is not part of this build of the program. Job is stopped. "
        "****\n"},
       {"team13", ""}};
@@ -199,9 +200,9 @@ TEST_F(DeckRuns, ParallelJobWithOneThreadIsRefused) {
 }
 
 TEST_F(DeckRuns, SplitJobLeavesTheFilesOfItsLaterRuns) {
-  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/transient/pre_geom.nas",
+  std::filesystem::copy_file(std::string(TESMORA_SOURCE_DIR) + "/examples/transient_nonlinear/pre_geom.nas",
                              folder.file("pre_geom.nas"));
-  std::vector<std::string> cards = cards_of(example_deck("transient"));
+  std::vector<std::string> cards = cards_of(example_deck("transient_nonlinear"));
   // First run: pre-processing and the matrix stage only.
   cards[1] = "1 1";
   cards[2] = "0 0";
