@@ -48,6 +48,10 @@ GAUSS_PER_TESLA = 1.0e4
 NODE_TOL = 1.0e-6  # m: a node this close to a measurement point in every coordinate is the point
 LINES = (("A1-B1", "team07_bz_A1B1.csv"), ("A2-B2", "team07_bz_A2B2.csv"))
 PEAK_X_MM = 126.0  # the peak of A1-B1 at wt = 0
+JY_TABLE = "team07_jy_amplitude_DERIVED.csv"
+JY_Z_MM = 19.0  # the plate's top face, where the derived table (b) was measured
+JY_FLOOR = 0.4  # A/mm^2: the deviation counts where the measured amplitude exceeds this
+A_PER_MM2 = 1.0e-6  # A/m^2 to A/mm^2
 
 
 # ---------------------------------------------------------------------------------------------
@@ -289,6 +293,59 @@ def print_results(results, freq, sets, phase0, phase90, flip90):
         results[0]["name"], PEAK_X_MM, c, m, 100 * rel))
 
 
+def read_jy_measured(path, freq):
+    """The rows of the derived |Jy| table (its table b, the top face) for one frequency: list of
+    (point, x, y, z in m, |Jy| in A/mm^2)."""
+    rows = []
+    with open(path) as f:
+        head = f.readline().strip().split(",")
+        for line in f:
+            if not line.strip():
+                continue
+            r = dict(zip(head, line.strip().split(",")))
+            rows.append((int(r["point"]), float(r["x_mm"]) * MM, float(r["y_mm"]) * MM, JY_Z_MM * MM,
+                         float(r["absJy_%dHz_table_b_A_per_mm2" % freq])))
+    return rows
+
+
+def compare_jy(points, sets, rows, phase0, phase90):
+    """|Jy| = sqrt(Jy(0)^2 + Jy(90)^2) in A/mm^2 at the measurement nodes of the top face, from the
+    node data sets (JX, JY, JZ, |J|, Q in A/m^2) of the two phases: a dict of rows, nodes,
+    computed, deviations (relative, per point) and worst (the largest relative deviation where
+    the measured value exceeds JY_FLOOR, and its point)."""
+    for index in (phase0, phase90):
+        if not 1 <= index <= len(sets):
+            raise ValueError("no node data set %d: the file has %d" % (index, len(sets)))
+    nodes = find_nodes(points, [r[1:4] for r in rows])
+    computed = []
+    for n in nodes:
+        j = []
+        for s in (sets[phase0 - 1], sets[phase90 - 1]):
+            if n not in s["values"]:
+                raise ValueError("node %d has no value in the data set at line %d" % (n, s["line"]))
+            j.append(s["values"][n][1] * A_PER_MM2)
+        computed.append(math.hypot(j[0], j[1]))
+    deviations = [(c - r[4]) / r[4] for c, r in zip(computed, rows)]
+    worst = (0.0, None)
+    for r, d in zip(rows, deviations):
+        if r[4] > JY_FLOOR and abs(d) > abs(worst[0]):
+            worst = (d, r[0])
+    return {"rows": rows, "nodes": nodes, "computed": computed, "deviations": deviations, "worst": worst}
+
+
+def print_jy(result, freq):
+    print()
+    print("|Jy| on the top face (z = %g mm, y = 72 mm), %d Hz, A/mm^2" % (JY_Z_MM, freq))
+    print("| point | x (mm) | node | measured | computed | deviation |")
+    print("|---|---|---|---|---|---|")
+    for r, n, c, d in zip(result["rows"], result["nodes"], result["computed"], result["deviations"]):
+        print("| %d | %g | %d | %.3f | %.3f | %+.1f %%%s |" % (
+            r[0], r[1] / MM, n, r[4], c, 100 * d, "" if r[4] > JY_FLOOR else " (below %g)" % JY_FLOOR))
+    d, point = result["worst"]
+    print("largest deviation where the measured value exceeds %g A/mm^2: %+.1f %% (point %s)" % (
+        JY_FLOOR, 100 * d, point))
+
+
 # ---------------------------------------------------------------------------------------------
 # Self-test
 
@@ -400,6 +457,20 @@ def self_test():
         failures.append("a point that is no node was found")
     except ValueError as e:
         print("a point that is no node: %s  ok" % e)
+    # |Jy|: two top-face points, Jy = (3, 4) A/mm^2 at the first (amplitude 5, measured 4: +25 %)
+    # and (0.3, 0) at the second (measured 0.2, below the floor: +50 % that does not count).
+    jy_rows = [(1, 0.0, 0.072, 0.019, 4.0), (2, 0.018, 0.072, 0.019, 0.2)]
+    jy_points = {7: (0.0, 0.072, 0.019), 8: (0.018, 0.072, 0.019), 9: (0.0, 0.072, 0.034)}
+    jy_text = []
+    for step, jy in ((1, (3.0, 0.3)), (2, (4.0, 0.0))):
+        jy_text += unv_node_set_text("NODE - JX, JY, JZ, |J|, Q", step, 90.0 * (step - 1), [
+            (7, [1e6, jy[0] / A_PER_MM2, 0.0, 0.0, 0.0]), (8, [0.0, jy[1] / A_PER_MM2, 0.0, 0.0, 0.0]),
+            (9, [0.0, 1e9, 0.0, 0.0, 0.0])])
+    jy_result = compare_jy(jy_points, read_unv_node_data_sets(jy_text), jy_rows, 1, 2)
+    check("|Jy| of (3, 4) A/mm^2", jy_result["computed"][0], 5.0)
+    check("|Jy| deviation at the first point", jy_result["deviations"][0], 0.25)
+    check("|Jy| deviation below the floor", jy_result["deviations"][1], 0.5)
+    check("|Jy| largest counted deviation", jy_result["worst"][0], 0.25)
     print("self-test %s" % ("FAILED: " + ", ".join(failures) if failures else "passed"))
     return 1 if failures else 0
 
@@ -419,6 +490,8 @@ def main(argv=None):
     parser.add_argument("--flip90", action="store_true", help="negate the wt = 90 data set")
     parser.add_argument("--a1", default=os.path.join(validation, LINES[0][1]), help="measured A1-B1")
     parser.add_argument("--a2", default=os.path.join(validation, LINES[1][1]), help="measured A2-B2")
+    parser.add_argument("--jy", default=os.path.join(validation, JY_TABLE), help="derived |Jy| table")
+    parser.add_argument("--current", help="the UNV post file of J (default: current beside POST)")
     parser.add_argument("--list", action="store_true", help="list the node data sets of the post file")
     parser.add_argument("--self-test", action="store_true", help="check the tool on synthetic data")
     args = parser.parse_args(argv)
@@ -444,6 +517,14 @@ def main(argv=None):
     except ValueError as e:
         sys.exit("team7_bz: %s" % e)
     print_results(results, args.freq, sets, args.phase0, args.phase90, args.flip90)
+    current = args.current or os.path.join(os.path.dirname(os.path.abspath(post)), "current")
+    if os.path.exists(current):
+        try:
+            jy = compare_jy(points, read_unv_file(current), read_jy_measured(args.jy, args.freq),
+                            args.phase0, args.phase90)
+        except ValueError as e:
+            sys.exit("team7_bz: %s: %s" % (current, e))
+        print_jy(jy, args.freq)
     return 0
 
 
