@@ -26,6 +26,9 @@ double times_log(double coefficient, double x, double rho2) {
   return coefficient * log_plus(x, rho2);
 }
 
+// times_log with the logarithm already taken.
+double times_given_log(double coefficient, double log) { return coefficient == 0.0 ? 0.0 : coefficient * log; }
+
 // q atan(u d / (q R)), whose limit at q = 0 is 0.
 double q_atan(double q, double u, double d, double R) {
   if (q == 0.0 || R == 0.0) return 0.0;
@@ -247,10 +250,12 @@ void SECTION_INTEGRAND::evaluate(double phi, double *values) const {
       const double rho_ud2 = q * q + d * d; // for ln(u + R)
       const double rho_dd2 = u * u + q * q; // for ln(d + R)
       const double T = q_atan(q, u, d, R);
-      const double face_log = times_log(rc * u + 0.5 * rho_dd2, d, rho_dd2);
-      GA += sign * (face_log + times_log(rc * d, u, rho_ud2) - rc * T + 0.5 * d * R);
-      Gr += sign * (-R - times_log(rc, u, rho_ud2));
-      Gz += sign * (times_log(d, u, rho_ud2) - T - times_log(rc, d, rho_dd2));
+      // The two logarithms of the corner, each shared by three and two of the terms.
+      const double log_u = log_plus(u, rho_ud2), log_d = log_plus(d, rho_dd2);
+      const double face_log = times_given_log(rc * u + 0.5 * rho_dd2, log_d);
+      GA += sign * (face_log + times_given_log(rc * d, log_u) - rc * T + 0.5 * d * R);
+      Gr += sign * (-R - times_given_log(rc, log_u));
+      Gz += sign * (times_given_log(d, log_u) - T - times_given_log(rc, log_d));
     }
   values[0] = -s * GA;
   values[1] = c * GA;
