@@ -8,21 +8,47 @@
 // -omega (Re X sin theta + Im X cos theta).
 #pragma once
 
+#include "job/tagged_array.hpp"
 #include "mesh/element_transform.hpp"
 #include "results/post_writer.hpp"
 
+#include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 namespace tesmora {
 
 struct MESHED_MODEL;
+struct NODE;
 struct V_ELEMENT;
 
+// The coils' own A per unit amplitude at the points where E is taken in the conducting elements
+// (each element's Gauss points, then its corners), made once for all the states of a post stage:
+// Biot-Savart is the dearest part of E, and the phases or steps, the heat and the current density
+// all ask for the same points. A corner is kept once per node: the elements around a node place
+// their corner on it exactly. A table that would pass `max_bytes` is not made, and E then
+// evaluates the coils at each point.
+class COIL_POTENTIALS {
+public:
+  explicit COIL_POTENTIALS(const MESHED_MODEL &first_part, std::int64_t max_bytes = std::int64_t{256} << 20);
+  // The unit A of source s (3 values) at point `point` of the element; null when the table does
+  // not hold it (the element does not conduct, the source is no coil, or no table was made).
+  const double *at(const V_ELEMENT &element, int point, int s) const;
+
+private:
+  std::unordered_map<const V_ELEMENT *, std::int64_t> first_; // the element's first Gauss point
+  std::unordered_map<const NODE *, std::int64_t> corner_;     // the node's point
+  std::vector<int> column_;                                   // per source: its coil column, or -1
+  int no_coils_ = 0;
+  TaggedArray<double> values_; // per point, 3 values for each coil source
+};
+
 // The time derivative of one state: of every unknown (0-based) and of every source's amplitude
-// (source table order).
+// (source table order), and the table of the coils' A when one was made.
 struct EDDY_RATE {
   const double *unknowns = nullptr;
   const double *sources = nullptr;
+  const COIL_POTENTIALS *coil = nullptr;
 };
 
 // The integral of J . E over a conducting element (W), by its Gauss points; 0 elsewhere.

@@ -38,20 +38,77 @@ void coil_B(int potential_bits, const COIL_EVALUATION &evaluation, const double 
   }
 }
 
+// Evaluates the unit field of every coil source at the nodes and centres that make_coil_field_at_points
+// fills; a point outside a source's regions keeps zeros there.
+void make_shapes(const std::vector<const NODE *> &node_of, const std::vector<const V_ELEMENT *> &element_of,
+                 int potential, COIL_FIELD_SHAPES &shapes) {
+  const FIELD_SOURCES &sources = field_sources();
+  const COIL_EVALUATION evaluation{coil_options(), nullptr};
+  const int no_coils = shapes.no_coils;
+  const int no_nodes = static_cast<int>(node_of.size()), no_elements = static_cast<int>(element_of.size());
+  auto unit_fields = [&](int potential_bits, const double x[3], double *out) {
+    for (int s = 0; s < sources.no_sources; ++s) {
+      const int j = shapes.column[static_cast<std::size_t>(s)];
+      if (j >= 0 && region_carries_coil(potential_bits, sources.data[s].external->potential_option))
+        external_field_B(*sources.data[s].external, evaluation, x, out + 3 * j);
+    }
+  };
+  if (potential > 0) {
+    shapes.at_nodes = TaggedArray<double>(3 * std::int64_t{no_coils} * no_nodes, "unit B_source_at_nodes");
+    double *at_nodes = shapes.at_nodes.data();
+#pragma omp parallel for schedule(dynamic, 256)
+    for (int n = 0; n < no_nodes; ++n) {
+      const NODE *node = node_of[static_cast<std::size_t>(n)];
+      if (!node) continue;
+      const double x[3] = {node->x, node->y, node->z};
+      unit_fields(potential, x, at_nodes + 3 * std::int64_t{no_coils} * n);
+    }
+  }
+  shapes.at_centers =
+      TaggedArray<double>(3 * std::int64_t{no_coils} * no_elements, "unit B_source_at_element_centers");
+  double *at_centers = shapes.at_centers.data();
+#pragma omp parallel for schedule(dynamic, 256)
+  for (int e = 0; e < no_elements; ++e) {
+    const V_ELEMENT &element = *element_of[static_cast<std::size_t>(e)];
+    double xyz[max_element_nodes][3], x[3];
+    element_coordinates(element, xyz);
+    const POINT_3D &c = element.type->center;
+    TRANSFORM_SCRATCH scratch; // each thread its own
+    element_point(*element.type, xyz, c[0], c[1], c[2], x, scratch);
+    unit_fields(static_cast<int>(element.potential_bits), x, at_centers + 3 * std::int64_t{no_coils} * e);
+  }
+}
+
+// The step's field from the unit fields: the sum coil_B makes, source by source in table order.
+void combine_shapes(const COIL_FIELD_SHAPES &shapes, int potential_bits, const double *unit, double B[3]) {
+  B[0] = B[1] = B[2] = 0.0;
+  const FIELD_SOURCES &sources = field_sources();
+  for (int s = 0; s < sources.no_sources; ++s) {
+    const int j = shapes.column[static_cast<std::size_t>(s)];
+    const FIELD_SOURCE &source = sources.data[s];
+    if (j < 0 || source.amplitude == 0.0) continue;
+    if (!region_carries_coil(potential_bits, source.external->potential_option)) continue;
+    for (int c = 0; c < 3; ++c) B[c] += source.amplitude * unit[3 * j + c];
+  }
+}
+
 } // namespace
 
-void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field) {
+void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field,
+                               COIL_FIELD_SHAPES *shapes) {
   free_coil_field_at_points(field);
   if (control_data().no_coil_field || !field_sources().has_coil) return;
   // The node values are kept for the POTENTIAL option the coils share (the usual case); coils of
   // differing options are evaluated at each corner instead.
   const FIELD_SOURCES &sources = field_sources();
   field.potential = 0;
+  int no_coils = 0;
   for (int s = 0; s < sources.no_sources; ++s) {
     const FIELD_SOURCE &source = sources.data[s];
     if (source.type != source_coil || !source.external) continue;
     const int option = source.external->potential_option;
     field.potential = field.potential == 0 || field.potential == option ? option : -1;
+    ++no_coils;
   }
   const CHAIN_OFFSETS o = chain_offsets(first_part);
   field.at_centers = calloc_double(3 * static_cast<std::uint64_t>(o.no_elements), centers_tag);
@@ -68,6 +125,21 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
       for (int i = 0; i < element.type->no_nodes; ++i)
         node_of[static_cast<std::size_t>(o.nodes[p] + (element.nodes[i] - part->nodes))] = element.nodes[i];
     }
+  if (shapes && !shapes->made) {
+    shapes->made = true;
+    const std::int64_t bytes =
+        3 * std::int64_t{no_coils} * (o.no_nodes + o.no_elements) * static_cast<std::int64_t>(sizeof(double));
+    if (bytes <= shapes->max_bytes) {
+      shapes->no_coils = no_coils;
+      shapes->column.assign(static_cast<std::size_t>(sources.no_sources), -1);
+      for (int s = 0, j = 0; s < sources.no_sources; ++s)
+        if (sources.data[s].type == source_coil && sources.data[s].external)
+          shapes->column[static_cast<std::size_t>(s)] = j++;
+      make_shapes(node_of, element_of, field.potential, *shapes);
+    }
+  }
+  const bool use_shapes = shapes && shapes->no_coils > 0;
+  const std::int64_t stride = 3 * std::int64_t{use_shapes ? shapes->no_coils : 0};
   const COIL_EVALUATION evaluation{coil_options(), nullptr};
   if (field.potential > 0) {
     field.at_nodes = calloc_double(3 * static_cast<std::uint64_t>(o.no_nodes), nodes_tag);
@@ -77,6 +149,10 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
     for (int n = 0; n < o.no_nodes; ++n) {
       const NODE *node = node_of[static_cast<std::size_t>(n)];
       if (!node) continue;
+      if (use_shapes) {
+        combine_shapes(*shapes, potential, shapes->at_nodes.data() + stride * n, at_nodes + 3 * n);
+        continue;
+      }
       const double x[3] = {node->x, node->y, node->z};
       coil_B(potential, evaluation, x, at_nodes + 3 * n);
     }
@@ -85,6 +161,11 @@ void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POI
 #pragma omp parallel for schedule(dynamic, 256)
   for (int e = 0; e < o.no_elements; ++e) {
     const V_ELEMENT &element = *element_of[static_cast<std::size_t>(e)];
+    if (use_shapes) {
+      combine_shapes(*shapes, static_cast<int>(element.potential_bits),
+                     shapes->at_centers.data() + stride * e, at_centers + 3 * e);
+      continue;
+    }
     double xyz[max_element_nodes][3], x[3];
     element_coordinates(element, xyz);
     const POINT_3D &c = element.type->center;

@@ -2,8 +2,12 @@
 // nodes, written through the post-writer table (so the routine doesn't know the file format).
 #pragma once
 
+#include "job/tagged_array.hpp"
 #include "mesh/element_transform.hpp"
 #include "results/post_writer.hpp"
+
+#include <cstdint>
+#include <vector>
 
 namespace tesmora {
 
@@ -18,10 +22,23 @@ struct COIL_FIELD_AT_POINTS {
   double *at_centers = nullptr; // 3 per volume element of the chain, chain order
   int potential = 0;            // the POTENTIAL option the coils share; -1: they differ
 };
+// The coil field per unit amplitude of each coil source at the same nodes and centres, made by
+// the first step of a post stage and kept for the others, whose amplitudes alone differ:
+// Biot-Savart is the dearest part of a step's output. Each step's sum is the one the step would
+// make from scratch, term by term. A table that would pass `max_bytes` is not kept.
+struct COIL_FIELD_SHAPES {
+  bool made = false;
+  std::vector<int> column; // per source: its place among the coil sources, or -1
+  int no_coils = 0;
+  TaggedArray<double> at_nodes, at_centers; // per point, 3 values for each coil source
+  std::int64_t max_bytes = std::int64_t{256} << 20;
+};
 // The coil field an element of this region adds at a node (chain index) or a global point.
 void coil_field_at_node(const COIL_FIELD_AT_POINTS &field, const V_ELEMENT &element, int node,
                         const double x[3], double B[3]);
-void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field);
+// `shapes`, when given, is made on the first call and used on the later ones.
+void make_coil_field_at_points(const MESHED_MODEL &first_part, COIL_FIELD_AT_POINTS &field,
+                               COIL_FIELD_SHAPES *shapes = nullptr);
 void free_coil_field_at_points(COIL_FIELD_AT_POINTS &field);
 
 // The edge potential of an element's local edge i: the sum of its A terms over the solution,

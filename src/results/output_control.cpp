@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -131,13 +132,13 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
 // rate itself in a transient step, two quarter-period states for the cycle average of AC).
 void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_MODEL &first_part,
                      const double *solution, const EDDY_RATE *rate, const std::vector<EDDY_RATE> &heat_states,
-                     int step, double time) {
+                     COIL_FIELD_SHAPES &coil_shapes, int step, double time) {
   const CONTROL_DATA &control = control_data();
   if (control.POST_DATA_FILE == 0) return;
   const POST_WRITER &writer = format.writer;
   if (files.to_magnetic) {
     COIL_FIELD_AT_POINTS coil;
-    make_coil_field_at_points(first_part, coil);
+    make_coil_field_at_points(first_part, coil, &coil_shapes);
     if (control.post.MAGNETIC)
       flux_density_output(files.to_magnetic->out, writer, first_part, solution, coil, step, time);
     if (control.post.MAGNETIZATION)
@@ -203,6 +204,10 @@ void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &forma
   POST_FILES files;
   open_all_post_files(control, format, files);
   report_outputs_not_built(control);
+  // The coils' fields per unit amplitude, made once for the steps.
+  COIL_FIELD_SHAPES coil_shapes;
+  const std::unique_ptr<COIL_POTENTIALS> coil_potentials =
+      eddy ? std::make_unique<COIL_POTENTIALS>(first_part) : nullptr;
   const MULTI_OUTPUT_STEPS &ranges = control.multi_output_steps;
   const int last = last_output_step(ranges);
   int step = 0;
@@ -227,13 +232,13 @@ void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &forma
     }
     if (is_output_step(ranges, step)) {
       write_step_report(step, time);
-      const EDDY_RATE state{rate, source_rates.data()};
+      const EDDY_RATE state{rate, source_rates.data(), coil_potentials.get()};
       const EDDY_RATE *eddy_rate = eddy ? &state : nullptr;
       const std::vector<EDDY_RATE> heat_states =
           eddy ? std::vector<EDDY_RATE>{state} : std::vector<EDDY_RATE>{};
       if (eddy)
         report_joule_loss(joule_loss_by_material(first_part, heat_states), control.print.HEAT != 0, false);
-      write_post_step(files, format, first_part, solution, eddy_rate, heat_states, step, time);
+      write_post_step(files, format, first_part, solution, eddy_rate, heat_states, coil_shapes, step, time);
     }
     if (eddy) {
       for (int i = 0; i < n; ++i) previous[i] = solution[i];
@@ -285,8 +290,10 @@ void AC_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format) {
   // The cycle average of the Joule heat: the mean of the states at 0 and 90 degrees.
   rates_at(0.0, rates, source_rates[0]);
   rates_at(std::numbers::pi / 2.0, rates + n, source_rates[1]);
-  const std::vector<EDDY_RATE> cycle{EDDY_RATE{rates, source_rates[0].data()},
-                                     EDDY_RATE{rates + n, source_rates[1].data()}};
+  COIL_FIELD_SHAPES coil_shapes;
+  const COIL_POTENTIALS coil_potentials(first_part);
+  const std::vector<EDDY_RATE> cycle{EDDY_RATE{rates, source_rates[0].data(), &coil_potentials},
+                                     EDDY_RATE{rates + n, source_rates[1].data(), &coil_potentials}};
   report_joule_loss(joule_loss_by_material(first_part, cycle), control.print.HEAT != 0, true);
   const OUTPUT_PHASES &phases = control.output_phases;
   int phase_step = 0;
@@ -301,8 +308,8 @@ void AC_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format) {
     set_source_amplitudes_at_phase(theta);
     ++phase_step;
     write_step_report(phase_step, phase);
-    const EDDY_RATE state{solution + n, source_rate.data()};
-    write_post_step(files, format, first_part, solution, &state, cycle, phase_step, phase);
+    const EDDY_RATE state{solution + n, source_rate.data(), &coil_potentials};
+    write_post_step(files, format, first_part, solution, &state, cycle, coil_shapes, phase_step, phase);
   }
   close_all_post_files(files);
   free_named(c_solution, "c_solution in AC_output_control");
