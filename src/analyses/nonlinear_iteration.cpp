@@ -92,11 +92,11 @@ void coil_at_points(const V_ELEMENT &element, const EXTERNAL_FIELD &field, const
   }
 }
 
-// Adds s_i s_j c_a c_b J_ij of an element into the lower part of the matrix, and -s_i c_a R_i
-// into rhs: every ordered pair of local edges whose unknowns fall in the lower triangle, so that
-// two edges on one unknown count twice.
+// Adds theta s_i s_j c_a c_b J_ij of an element into the lower part of the matrix, and
+// -theta s_i c_a R_i into rhs: every ordered pair of local edges whose unknowns fall in the lower
+// triangle, so that two edges on one unknown count twice.
 void scatter_element(const V_ELEMENT &element, const double *J, const double *R, SPARSE_MATRIX *matrix,
-                     double *rhs) {
+                     double *rhs, double theta) {
   const int n = element.type->no_edges;
   for (int i = 0; i < n; ++i) {
     const POTENTIAL_TERMS *ti = element.edges[i]->potentials;
@@ -104,7 +104,7 @@ void scatter_element(const V_ELEMENT &element, const double *J, const double *R,
     for (int a = 0; ti && a < ti->no_terms; ++a) {
       if (ti->terms[a].name != A_EDGE) continue;
       const int row = ti->terms[a].position - 1;
-      const double ci = si * ti->terms[a].coefficient;
+      const double ci = theta * (si * ti->terms[a].coefficient);
       rhs[row] -= ci * R[i];
       for (int j = 0; J && j < n; ++j) {
         const POTENTIAL_TERMS *tj = element.edges[j]->potentials;
@@ -149,6 +149,9 @@ ELEMENT_LAW law_of(const NONLINEAR_WORK &work, METHOD method, std::size_t k) {
   return law;
 }
 
+void add_element_terms(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const double *x, double *rhs_out,
+                       bool with_jacobian, METHOD method, double weight);
+
 // rhs_out = b - K_lin x - the nonlinear elements' residuals; with `matrix` also their Jacobians
 // added into the matrix (which then holds the linear values on entry). The stored-tensor method
 // solves for the new solution itself: its right-hand side is b less the constant part of the
@@ -164,6 +167,14 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
                           x, work.product.data());
     for (int i = 0; i < n; ++i) rhs_out[i] = work.rhs_vector[i] - work.product[i];
   }
+  add_element_terms(work, matrix, x, rhs_out, with_jacobian, method, work.theta);
+  work.element_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// The nonlinear elements' terms at x: -weight R into rhs_out and, with_jacobian, weight J into
+// the matrix.
+void add_element_terms(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const double *x, double *rhs_out,
+                       bool with_jacobian, METHOD method, double weight) {
   const int mat_points = control_data().MAT_POINTS;
   // The element terms in parallel, a chunk at a time into buffers, then added in element order
   // so that the sums do not depend on the threads.
@@ -187,9 +198,8 @@ void residual_and_jacobian(NONLINEAR_WORK &work, SPARSE_MATRIX *matrix, const do
     for (int k = first; k < last; ++k)
       scatter_element(*work.elements[static_cast<std::size_t>(k)],
                       with_jacobian ? J.data() + static_cast<std::int64_t>(k - first) * J_size : nullptr,
-                      R.data() + static_cast<std::int64_t>(k - first) * edges, matrix, rhs_out);
+                      R.data() + static_cast<std::int64_t>(k - first) * edges, matrix, rhs_out, weight);
   }
-  work.element_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 // Max delta B over the nonlinear elements at their centres, for the update factor `factor`.
@@ -301,6 +311,14 @@ void update_coil_field(NONLINEAR_WORK &work) {
 }
 
 } // namespace
+
+void subtract_element_residuals(NONLINEAR_WORK &work, const double *x, double weight, double *rhs) {
+  if (work.elements.empty() || weight == 0.0) return;
+  const auto start = std::chrono::steady_clock::now();
+  update_coil_field(work);
+  add_element_terms(work, nullptr, x, rhs, false, METHOD::newton, weight);
+  work.element_seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
 
 void newton_element(const V_ELEMENT &element, const double *x, const double *coil, int mat_points, double *J,
                     double *R, const ELEMENT_LAW &law) {
@@ -499,6 +517,14 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     work.linear_lower = TaggedArray<double>(std::max(matrix->size, 1), "sparse_matrix->matrix_lower");
     std::memcpy(work.linear_lower.data(), matrix->matrix_lower,
                 sizeof(double) * static_cast<std::size_t>(matrix->size));
+  }
+  // A transient step starts from the previous solution unless that is a bad guess for the
+  // linear part of its system.
+  if (work.start_threshold > 0.0) {
+    std::memcpy(matrix->matrix_lower, work.linear_lower.data(),
+                sizeof(double) * static_cast<std::size_t>(matrix->size));
+    matrix->is_scaled = 0;
+    choose_initial_value(*matrix, equation.RHS, x, n, work.start_threshold);
   }
   std::memcpy(work.norm_vector.data(), work.rhs_vector.data(), sizeof(double) * static_cast<std::size_t>(n));
   NEWTON_RESULT result;

@@ -36,6 +36,12 @@ struct NONLINEAR_WORK {
   // Stored-tensor method: per point row (the centre row unused) the constant part of the law,
   // H - T curl A, and the tangent T (3 + 9 values) of the iteration's start.
   TaggedArray<double> stored;
+  // The weight of the nonlinear elements' terms: the theta of a transient run (its matrix holds
+  // theta H + C / delta_t of the linear elements), 1 in a static one.
+  double theta = 1.0;
+  // A transient step's first iteration takes the previous solution as its start unless the
+  // linear residual there is this many times the right-hand side (squared norms); 0: no test.
+  double start_threshold = 0.0;
   int total_iterations = 0; // Newton iterations of the run
   // Wall seconds of the run's Newton loops: the element terms (residual and Jacobian, also those
   // of the line search), the linear solves, the line search as a whole.
@@ -55,10 +61,17 @@ struct NEWTON_RESULT {
   double element_seconds = 0.0, solve_seconds = 0.0; // wall time of the step's element terms and solves
 };
 
-// One static step: equation.RHS holds the step's source load, equation.solution the start (the
-// previous step's solution) and, on return, the new solution.
+// One step: equation.RHS holds the step's right-hand side (the source load; in a transient step
+// also r x_old and the conductors' source terms), equation.solution the start (the previous step's
+// solution) and, on return, the new solution. The matrix of the linear elements is read from its
+// file when work.linear_lower is empty (the first step, and a transient run's new interval).
 NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_WORK &work,
                                            SOLVE_FIGURES &figures, int step);
+
+// rhs -= weight times the nonlinear elements' residuals (the integrals of curl N . H(B)) at x,
+// with the coils' field at their present amplitudes: the old step's part of a transient step
+// whose theta is not 1.
+void subtract_element_residuals(NONLINEAR_WORK &work, const double *x, double weight, double *rhs);
 
 // The saturation state of the step on the terminal: for each nonlinear material, the largest |B|
 // and |H| at its elements' centres and the range of B / (mu0 H) there.

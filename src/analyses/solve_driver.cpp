@@ -53,6 +53,20 @@ void write_loop_times(const LOOP_WATCHES &w) {
   write_check("*** Time for assemble nonlinear matrix of network  %10.3f (sec)\n", 0.0);
 }
 
+// The end of a step's nonlinear loop: its figures in the JSON results and on the terminal, the
+// NaN stop, the saturation state and the record.
+void finish_nonlinear_step(const SYSTEM_EQUATION &equation, const NONLINEAR_WORK &nonlinear,
+                           const NEWTON_RESULT &result, int step, double time) {
+  json_int("NEWTON", "CONVERGE", result.converged);
+  json_iteration("NEWTON", "ITERATION", result.iterations);
+  json_step("NEWTON", "RESIDUAL", result.residual);
+  stop_at_nan(result.residual);
+  write_newton_result(step, result.iterations, result.residual, result.converged != 0, result.element_seconds,
+                      result.solve_seconds);
+  write_saturation(nonlinear, equation.solution, step);
+  write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
+}
+
 // One step of a linear static run: sources at the step's time, one solve, one record.
 void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step, double time,
                      const LOOP_WATCHES &watches, NONLINEAR_WORK *nonlinear) {
@@ -65,14 +79,7 @@ void one_static_step(SYSTEM_EQUATION &equation, SOLVE_FIGURES &figures, int step
   if (nonlinear) {
     load_vector(equation.RHS, equation.no_unknowns);
     const NEWTON_RESULT result = loop_of_non_linear_iteration(equation, *nonlinear, figures, step);
-    json_int("NEWTON", "CONVERGE", result.converged);
-    json_iteration("NEWTON", "ITERATION", result.iterations);
-    json_step("NEWTON", "RESIDUAL", result.residual);
-    stop_at_nan(result.residual);
-    write_newton_result(step, result.iterations, result.residual, result.converged != 0,
-                        result.element_seconds, result.solve_seconds);
-    write_saturation(*nonlinear, equation.solution, step);
-    write_solution_record(run_files().solutions, step, time, equation.solution, equation.no_unknowns);
+    finish_nonlinear_step(equation, *nonlinear, result, step, time);
     return;
   }
   start_stop_watch(watches.assemble);
@@ -96,6 +103,7 @@ struct TRANSIENT_STATE {
   double theta = 1.0;
   TaggedArray<double> r_matrix;
   std::vector<double> old_amplitudes;
+  TaggedArray<double> old_residual; // nonlinear, theta below 1: -(1 - theta) R(x_old)
 };
 
 // The sources' part of a transient right-hand side: each load column at the theta-weighted
@@ -113,15 +121,25 @@ void add_transient_sources(double *rhs, const std::vector<double> &old_amplitude
   }
 }
 
-// One step of a linear transient run: on the first step of an interval the theta pair is made
-// for its DELTA_TIME (the factor then stays for the interval); rhs = r x_old + sources; the solve
-// starts from the previous solution unless that is a bad guess.
+// One step of a transient run: on the first step of an interval the theta pair is made for its
+// DELTA_TIME (in a linear run the factor then stays for the interval); rhs = r x_old + sources;
+// the solve starts from the previous solution unless that is a bad guess. A nonlinear run solves
+// the step by the Newton loop, whose matrix is the linear elements' t matrix.
 void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE_FIGURES &figures, int step,
-                        double time, double delta_t, bool first_of_interval, const LOOP_WATCHES &watches) {
+                        double time, double delta_t, bool first_of_interval, const LOOP_WATCHES &watches,
+                        NONLINEAR_WORK *nonlinear) {
   write_report(run_files().print_out->stream, "----- Time step %5d  Time %13.5e ------- \n", step, time);
   state.old_amplitudes = source_amplitudes();
-  set_source_amplitudes(time);
   const int n = equation.no_unknowns;
+  // With theta below 1 the nonlinear elements' old part, -(1 - theta) R(x_old), is taken at the
+  // old solution and the sources' amplitudes as they stood there (r x_old has only the linear
+  // elements).
+  const bool old_part = nonlinear && n > 0 && state.theta != 1.0;
+  if (old_part) {
+    std::fill(state.old_residual.begin(), state.old_residual.end(), 0.0);
+    subtract_element_residuals(*nonlinear, equation.solution, 1.0 - state.theta, state.old_residual.data());
+  }
+  set_source_amplitudes(time);
   if (n == 0) {
     write_solution_record(run_files().solutions, step, time, equation.solution, 0);
     return;
@@ -133,13 +151,22 @@ void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE
     make_r_t_matrices(run_files().system_matrices, state.theta, delta_t, state.r_matrix.data(),
                       equation.t_matrix->matrix_lower);
     equation.t_matrix_loaded = 0;
+    if (nonlinear) nonlinear->linear_lower.release(); // the loop reads the interval's matrix
   }
-  SPARSE_MATRIX *matrix = load_matrix(equation);
+  // The Newton loop keeps the pattern between steps and its own copy of the values.
+  SPARSE_MATRIX *matrix = nonlinear && equation.t_matrix_loaded ? equation.t_matrix : load_matrix(equation);
   const SPARSE_PATTERN &pattern = matrix->pattern;
   matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, state.r_matrix.data(),
                         equation.solution, equation.RHS);
   add_transient_sources(equation.RHS, state.old_amplitudes, state.theta, delta_t);
+  if (old_part)
+    for (int i = 0; i < n; ++i) equation.RHS[i] += state.old_residual[i];
   stop_stop_watch(watches.assemble);
+  if (nonlinear) {
+    const NEWTON_RESULT result = loop_of_non_linear_iteration(equation, *nonlinear, figures, step);
+    finish_nonlinear_step(equation, *nonlinear, result, step, time);
+    return;
+  }
   choose_initial_value(*matrix, equation.RHS, equation.solution, n, linear_start_threshold);
   start_stop_watch(watches.solver);
   const SOLVE_RESULT result =
@@ -168,6 +195,13 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
   if (control.is_transient) {
     transient.theta = solver_settings().theta;
     transient.r_matrix = TaggedArray<double>(std::max(no_nonzeros, 1), "system_equation->r_matrix");
+    if (nonlinear) {
+      nonlinear->theta = transient.theta;
+      nonlinear->start_threshold = nonlinear_start_threshold;
+      if (transient.theta != 1.0)
+        transient.old_residual =
+            TaggedArray<double>(std::max(no_unknowns, 1), "old residual in one_time_step");
+    }
     // The sources as they stood before the run: a step of current at the initial time counts
     // as a change over the first step.
     set_source_amplitudes(time, -1);
@@ -178,7 +212,8 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
       if (control.is_transient)
-        one_transient_step(*equation, transient, figures, step, time, row.delta_time, s == 1, watches);
+        one_transient_step(*equation, transient, figures, step, time, row.delta_time, s == 1, watches,
+                           nonlinear);
       else
         one_static_step(*equation, figures, step, time, watches, nonlinear);
     }
@@ -315,9 +350,7 @@ int restore_model_variables(MESHED_MODEL &first_part) {
 
 void solve_equation_stage(MESHED_MODEL &first_part) {
   const CONTROL_DATA &control = control_data();
-  // The eddy-current analyses are linear in this build.
-  if (control.is_transient && control.non_linear)
-    stop_at_unbuilt(UNBUILT::work, "nonlinear transient analysis");
+  // The AC analysis is linear in this build.
   if (control.ac_mode && control.non_linear) stop_at_unbuilt(UNBUILT::work, "nonlinear AC analysis");
   if (control.ac_time_domain) stop_at_unbuilt(UNBUILT::work, "AC 3 analysis");
   // NON_LINEAR 2, the effective permeability of AC phasors, belongs to the AC analysis.

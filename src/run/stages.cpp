@@ -90,6 +90,7 @@ void post_processing() {
   const CONTROL_DATA &control = control_data();
   if (control.POST_PROCESSING == 0) return;
   if (control.AVERAGE) stop_at_unbuilt(UNBUILT::work, "averaging over a period");
+  if (control.POST_FFT) stop_at_unbuilt(UNBUILT::work, "Fourier output of the time series");
   MESHED_MODEL &model = global_model();
   // The post stage reads the unknowns through the numbering the matrix stage made.
   if (!control.MAKE_SYSTEM_MATRICES && !control.SOLVE_EQUATION) restore_model_variables(model);

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdio>
@@ -250,6 +251,119 @@ TEST(EddyJob, ASinusoidalTransientSettlesOnTheACPhasor) {
   for (int i = 0; i < nx; ++i) {
     EXPECT_NEAR(transient.steps[4 * per_period - 1].at(i + 1)[2], phasor.steps[0].at(i + 1)[2], 0.01);
     EXPECT_NEAR(transient.steps[steps - 1].at(i + 1)[2], phasor.steps[1].at(i + 1)[2], 0.01);
+  }
+}
+
+// The saturation wave: the slab of a piecewise-linear B-H curve under a step of the applied H
+// on its faces, against an independent explicit finite-difference solution of the 1D nonlinear
+// diffusion dB/dt = (1/sigma) d2H(B)/dx2 with H(+-d) = Ha, on a grid ten times finer.
+struct BH_TABLE {
+  std::vector<double> H{0.0, 100.0, 200.0, 400.0, 800.0, 1600.0, 3200.0};
+  std::vector<double> B{0.0, 0.6, 1.0, 1.3, 1.5, 1.62, 1.7};
+  double H_of(double b) const {
+    for (std::size_t i = 1; i < B.size(); ++i)
+      if (b <= B[i]) return H[i - 1] + (H[i] - H[i - 1]) * (b - B[i - 1]) / (B[i] - B[i - 1]);
+    return H.back();
+  }
+  double B_of(double h) const {
+    for (std::size_t i = 1; i < H.size(); ++i)
+      if (h <= H[i]) return B[i - 1] + (B[i] - B[i - 1]) * (h - H[i - 1]) / (H[i] - H[i - 1]);
+    return B.back();
+  }
+};
+
+// B(x) on the half slab 0 <= x <= d (nodes j dx, the face at j = m) at the given times, from
+// B = 0 and H(d) = Ha from t = 0 on; symmetric about x = 0.
+std::vector<std::vector<double>> saturation_wave(const BH_TABLE &law, double Ha,
+                                                 const std::vector<double> &times, int m) {
+  const double dx = d / m;
+  double steepest = 0.0; // the largest dH/dB of the law
+  for (std::size_t i = 1; i < law.H.size(); ++i)
+    steepest = std::max(steepest, (law.H[i] - law.H[i - 1]) / (law.B[i] - law.B[i - 1]));
+  const double dt = 0.4 * sigma * dx * dx / steepest;
+  std::vector<double> b(static_cast<std::size_t>(m + 1), 0.0), h(b.size(), 0.0);
+  b[static_cast<std::size_t>(m)] = law.B_of(Ha);
+  std::vector<std::vector<double>> out;
+  double t = 0.0;
+  for (const double until : times) {
+    while (t < until) {
+      const double step = std::min(dt, until - t);
+      for (int j = 0; j <= m; ++j) h[static_cast<std::size_t>(j)] = law.H_of(b[static_cast<std::size_t>(j)]);
+      for (int j = 0; j < m; ++j) {
+        const double left = h[static_cast<std::size_t>(j == 0 ? 1 : j - 1)];
+        b[static_cast<std::size_t>(j)] +=
+            step / (sigma * dx * dx) *
+            (left - 2.0 * h[static_cast<std::size_t>(j)] + h[static_cast<std::size_t>(j + 1)]);
+      }
+      t += step;
+    }
+    out.push_back(b);
+  }
+  return out;
+}
+
+void saturating_slab(double theta);
+
+// Backward Euler, and theta 2/3, whose step takes the nonlinear elements' old residual with the
+// weight 1 - theta.
+TEST(EddyJob, ASaturatingSlabAfterAStepFollowsTheNonlinearDiffusion) {
+  for (const double theta : {1.0, 2.0 / 3.0}) {
+    SCOPED_TRACE(theta);
+    saturating_slab(theta);
+  }
+}
+
+void saturating_slab(double theta) {
+  const BH_TABLE law;
+  const double B0 = 0.0025, Ha = B0 / mu0; // the coil's field and the applied H, 1989 A/m
+  const int nx = 40, steps = 200, m = 200;
+  const double dt = 2e-3;
+  STATIC_DECK deck = slab_deck("transient");
+  deck.theta = theta;
+  deck.delta_time = dt;
+  deck.no_steps = steps;
+  deck.time_evolutions = "1 0\n1 1\n3 0.0\n0.0 0.0\n0.0 1.0\n100.0 1.0\n";
+  char text[96];
+  std::snprintf(text, sizeof text, "UNIF 0.0 0.0 %.17g 1", B0);
+  deck.coil_elements = text;
+  std::snprintf(text, sizeof text, "1 1 1 %.17g 0.0 0 0 0 0", sigma);
+  deck.materials = {text};
+  deck.non_linear = 1;
+  deck.non_linear_card = "1.0e-7 1.0 50 0 0 0 0 0";
+  std::ostringstream curve;
+  curve << "1 0 0 0 0\n1 " << law.H.size() << "\n";
+  for (std::size_t i = 0; i < law.H.size(); ++i) curve << law.H[i] << " " << law.B[i] << "\n";
+  deck.bh_curves = curve.str();
+  deck.iccg_conv = 1e-10;
+  const SLAB_RUN r = run_slab(deck, nx);
+  ASSERT_EQ(r.steps.size(), static_cast<std::size_t>(steps));
+  const std::vector<int> at = {25, 75, 200}; // t = 0.05, 0.15 and 0.4 s
+  std::vector<double> times;
+  for (const int step : at) times.push_back(step * dt);
+  const std::vector<std::vector<double>> reference = saturation_wave(law, Ha, times, m);
+  const double surface = law.B_of(Ha);
+  for (std::size_t k = 0; k < at.size(); ++k) {
+    SCOPED_TRACE(at[k]);
+    double worst = 0.0, penetrated = 0.0;
+    for (int i = 0; i < nx; ++i) {
+      // The reference's mean over the element, by the trapezoidal rule on its nodes (|x| by symmetry).
+      const double a = std::fabs(element_left(i, nx)), b = std::fabs(element_left(i + 1, nx));
+      const int from = static_cast<int>(std::lround(std::min(a, b) / d * m)),
+                to = static_cast<int>(std::lround(std::max(a, b) / d * m));
+      double mean = 0.0;
+      for (int j = from; j < to; ++j)
+        mean +=
+            0.5 * (reference[k][static_cast<std::size_t>(j)] + reference[k][static_cast<std::size_t>(j + 1)]);
+      mean /= to - from;
+      const double computed = r.steps[static_cast<std::size_t>(at[k] - 1)].at(i + 1)[2];
+      worst = std::max(worst, std::fabs(computed - mean));
+      penetrated += computed / nx;
+    }
+    std::printf("saturation wave, theta %.3f, t = %.2f s: mean B %.3f T, max |Bz - reference| = %.3e T (%.2f "
+                "%% of the "
+                "face's %.3f T)\n",
+                theta, times[k], penetrated, worst, 100.0 * worst / surface, surface);
+    EXPECT_LT(worst, 0.03 * surface);
   }
 }
 

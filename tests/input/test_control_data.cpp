@@ -194,7 +194,7 @@ TEST(ControlCards, TransientDeckSettings) {
   EXPECT_EQ(c.non_linear, 1);
   EXPECT_EQ(s.non_linear_iteration.line_search, 1);
   EXPECT_EQ(s.non_linear_iteration.relaxation, 1.0); // line search forces 1.0
-  EXPECT_EQ(s.cg_iteration.solver, 11);              // 10 and 11 exchange
+  EXPECT_EQ(s.cg_iteration.solver, 0);
   EXPECT_EQ(s.theta, 0.6666666666666666);
   expect_close(s.integration_coefficients[5], 0.6666666666666666 * 0.6, 1e-15, 0.0); // rounding only
   expect_close(s.integration_coefficients[7], 0.6666666666666666 * 0.4, 1e-15, 0.0); // rounding only
