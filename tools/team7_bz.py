@@ -187,27 +187,18 @@ def read_unv_file(path):
 # Measured tables and the comparison
 
 
+def read_table(path):
+    """The rows of a CSV table with a heading line, each a dict by column name."""
+    with open(path) as f:
+        head = f.readline().strip().split(",")
+        return [dict(zip(head, line.strip().split(","))) for line in f if line.strip()]
+
+
 def read_measured(path, freq):
     """The rows of a measured Bz table for one frequency: list of (point, x, y, z in m, Bz at
     wt = 0 and at wt = 90 in gauss)."""
-    rows = []
-    with open(path) as f:
-        head = f.readline().strip().split(",")
-        for line in f:
-            if not line.strip():
-                continue
-            r = dict(zip(head, line.strip().split(",")))
-            rows.append(
-                (
-                    int(r["point"]),
-                    float(r["x_mm"]) * MM,
-                    float(r["y_mm"]) * MM,
-                    float(r["z_mm"]) * MM,
-                    float(r["Bz_%dHz_wt0_G" % freq]),
-                    float(r["Bz_%dHz_wt90_G" % freq]),
-                )
-            )
-    return rows
+    return [(int(r["point"]), float(r["x_mm"]) * MM, float(r["y_mm"]) * MM, float(r["z_mm"]) * MM,
+             float(r["Bz_%dHz_wt0_G" % freq]), float(r["Bz_%dHz_wt90_G" % freq])) for r in read_table(path)]
 
 
 def relative_l2(computed0, computed90, measured0, measured90):
@@ -296,16 +287,8 @@ def print_results(results, freq, sets, phase0, phase90, flip90):
 def read_jy_measured(path, freq):
     """The rows of the derived |Jy| table (its table b, the top face) for one frequency: list of
     (point, x, y, z in m, |Jy| in A/mm^2)."""
-    rows = []
-    with open(path) as f:
-        head = f.readline().strip().split(",")
-        for line in f:
-            if not line.strip():
-                continue
-            r = dict(zip(head, line.strip().split(",")))
-            rows.append((int(r["point"]), float(r["x_mm"]) * MM, float(r["y_mm"]) * MM, JY_Z_MM * MM,
-                         float(r["absJy_%dHz_table_b_A_per_mm2" % freq])))
-    return rows
+    return [(int(r["point"]), float(r["x_mm"]) * MM, float(r["y_mm"]) * MM, JY_Z_MM * MM,
+             float(r["absJy_%dHz_table_b_A_per_mm2" % freq])) for r in read_table(path)]
 
 
 def compare_jy(points, sets, rows, phase0, phase90):
