@@ -27,7 +27,9 @@ double times_log(double coefficient, double x, double rho2) {
 }
 
 // times_log with the logarithm already taken.
-double times_given_log(double coefficient, double log) { return coefficient == 0.0 ? 0.0 : coefficient * log; }
+double times_given_log(double coefficient, double log) {
+  return coefficient == 0.0 ? 0.0 : coefficient * log;
+}
 
 // q atan(u d / (q R)), whose limit at q = 0 is 0.
 double q_atan(double q, double u, double d, double R) {
