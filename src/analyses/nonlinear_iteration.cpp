@@ -524,7 +524,7 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
     std::memcpy(matrix->matrix_lower, work.linear_lower.data(),
                 sizeof(double) * static_cast<std::size_t>(matrix->size));
     matrix->is_scaled = 0;
-    choose_initial_value(*matrix, equation.RHS, x, n, work.start_threshold);
+    choose_initial_value(*matrix, equation.RHS, x, n, work.start_threshold, work.periodic_start);
   }
   std::memcpy(work.norm_vector.data(), work.rhs_vector.data(), sizeof(double) * static_cast<std::size_t>(n));
   NEWTON_RESULT result;

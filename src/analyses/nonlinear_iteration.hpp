@@ -42,7 +42,8 @@ struct NONLINEAR_WORK {
   // A transient step's first iteration takes the previous solution as its start unless the
   // linear residual there is this many times the right-hand side (squared norms); 0: no test.
   double start_threshold = 0.0;
-  int total_iterations = 0; // Newton iterations of the run
+  const double *periodic_start = nullptr; // the step's start one period before (TP_STEP), or null
+  int total_iterations = 0;               // Newton iterations of the run
   // Wall seconds of the run's Newton loops: the element terms (residual and Jacobian, also those
   // of the line search), the linear solves, the line search as a whole.
   double element_seconds = 0.0, solve_seconds = 0.0, search_seconds = 0.0;

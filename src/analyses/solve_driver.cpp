@@ -106,6 +106,54 @@ struct TRANSIENT_STATE {
   TaggedArray<double> old_residual; // nonlinear, theta below 1: -(1 - theta) R(x_old)
 };
 
+// The periodic option (TP_STEP): the solutions of the steps of one period go to one file while
+// those of the period before are read back from the other, the two changing roles at each
+// period boundary. After the first CYCLE steps, the solution at the same place of the period
+// before is offered to the start rule of each step.
+class PERIODIC_STARTS {
+public:
+  PERIODIC_STARTS(int period, int cycle, int n) : period_(period), cycle_(cycle), n_(n) {
+    if (period_ <= 0 || n_ <= 0) return;
+    files_[0] = create_ffile("tp_initial_solution1", 1);
+    files_[1] = create_ffile("tp_initial_solution2", 1);
+    start_ = TaggedArray<double>(n_, "initial_solution");
+  }
+  PERIODIC_STARTS(const PERIODIC_STARTS &) = delete;
+  PERIODIC_STARTS &operator=(const PERIODIC_STARTS &) = delete;
+  ~PERIODIC_STARTS() {
+    for (FFILE *file : files_)
+      if (file) free_ffile(file, "ffile");
+  }
+  // Before the step after `done` steps: at a period boundary the files change roles. Returns the
+  // periodic start for that step, or null.
+  const double *before_step(int done) {
+    if (!files_[0]) return nullptr;
+    if (done % period_ == 0) {
+      close_ffile(files_[0]);
+      close_ffile(files_[1]);
+      writing_ = 1 - writing_;
+      open_ffile(files_[writing_], "w");
+      have_previous_ = done > 0;
+      if (have_previous_) open_ffile(files_[1 - writing_], "r");
+    }
+    if (!have_previous_ || done + 1 <= cycle_) return nullptr;
+    if (read_blocks(start_.data(), sizeof(double), static_cast<std::uint64_t>(n_), files_[1 - writing_]) != 1)
+      return nullptr;
+    return start_.data();
+  }
+  // After the step: its solution joins the period being written.
+  void after_step(const double *solution) {
+    if (files_[0]) write_blocks(solution, sizeof(double), static_cast<std::uint64_t>(n_), files_[writing_]);
+  }
+
+private:
+  int period_, cycle_, n_;
+  FFILE *files_[2] = {};
+  int writing_ = 1; // the first boundary makes file 0 the one written
+  bool have_previous_ = false;
+  TaggedArray<double> start_;
+};
+
 // The sources' part of a transient right-hand side: each load column at the theta-weighted
 // amplitude, and each conductor column at the amplitude's rate of change over the step.
 void add_transient_sources(double *rhs, const std::vector<double> &old_amplitudes, double theta,
@@ -127,7 +175,7 @@ void add_transient_sources(double *rhs, const std::vector<double> &old_amplitude
 // the step by the Newton loop, whose matrix is the linear elements' t matrix.
 void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE_FIGURES &figures, int step,
                         double time, double delta_t, bool first_of_interval, const LOOP_WATCHES &watches,
-                        NONLINEAR_WORK *nonlinear) {
+                        NONLINEAR_WORK *nonlinear, const double *periodic_start) {
   write_report(run_files().print_out->stream, "----- Time step %5d  Time %13.5e ------- \n", step, time);
   state.old_amplitudes = source_amplitudes();
   const int n = equation.no_unknowns;
@@ -163,11 +211,12 @@ void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE
     for (int i = 0; i < n; ++i) equation.RHS[i] += state.old_residual[i];
   stop_stop_watch(watches.assemble);
   if (nonlinear) {
+    nonlinear->periodic_start = periodic_start;
     const NEWTON_RESULT result = loop_of_non_linear_iteration(equation, *nonlinear, figures, step);
     finish_nonlinear_step(equation, *nonlinear, result, step, time);
     return;
   }
-  choose_initial_value(*matrix, equation.RHS, equation.solution, n, linear_start_threshold);
+  choose_initial_value(*matrix, equation.RHS, equation.solution, n, linear_start_threshold, periodic_start);
   start_stop_watch(watches.solver);
   const SOLVE_RESULT result =
       solve_sparse_matrix(matrix, equation.RHS, equation.solution, n, solver_settings(), figures);
@@ -206,16 +255,20 @@ void time_stepping(MESHED_MODEL &first_part, int no_unknowns, int no_nonzeros) {
     // as a change over the first step.
     set_source_amplitudes(time, -1);
   }
+  PERIODIC_STARTS periodic(control.is_transient ? control.time_control.tp_step : 0,
+                           control.time_control.cycle, no_unknowns);
   for (const TIME_ROW &row : control.time_control.rows)
     for (int s = 1; s <= row.no_steps; ++s) {
+      const double *periodic_start = periodic.before_step(step);
       // The very first step of a static run keeps the initial time.
       if (!(control.is_static && step == 0)) time += row.delta_time;
       ++step;
       if (control.is_transient)
         one_transient_step(*equation, transient, figures, step, time, row.delta_time, s == 1, watches,
-                           nonlinear);
+                           nonlinear, periodic_start);
       else
         one_static_step(*equation, figures, step, time, watches, nonlinear);
+      periodic.after_step(equation->solution);
     }
   close_ffile(files.solutions);
   const int newton_iterations = nonlinear ? nonlinear->total_iterations : 0;
@@ -309,7 +362,7 @@ void stop_at_nan(double residual) {
 }
 
 void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double *solution, int n,
-                          double threshold) {
+                          double threshold, const double *periodic) {
   // A matrix renumbered at each solve keeps its scaled values in another order; its start stays.
   if (n == 0 || (matrix.renumber_option && matrix.is_renumbered)) return;
   const SPARSE_PATTERN &pattern = matrix.pattern;
@@ -320,13 +373,27 @@ void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double
   for (int i = 0; i < n; ++i) b2 += b(i) * b(i);
   if (b2 < 1e-20) return;
   TaggedArray<double> y(n, "work in choose_initial_value"), Ay(n, "work in choose_initial_value");
-  for (int i = 0; i < n; ++i) y[i] = scaled ? solution[i] / matrix.D[i] : solution[i];
-  matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, matrix.matrix_lower, y.data(),
-                        Ay.data());
-  double r2 = 0.0;
-  for (int i = 0; i < n; ++i) r2 += (b(i) - Ay[i]) * (b(i) - Ay[i]);
-  if (r2 / b2 > threshold)
-    for (int i = 0; i < n; ++i) solution[i] = 0.0;
+  // |b - A x|^2 / |b|^2 for a start x.
+  auto relative_residual = [&](const double *x) {
+    for (int i = 0; i < n; ++i) y[i] = scaled ? x[i] / matrix.D[i] : x[i];
+    matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, matrix.matrix_lower,
+                          y.data(), Ay.data());
+    double r2 = 0.0;
+    for (int i = 0; i < n; ++i) r2 += (b(i) - Ay[i]) * (b(i) - Ay[i]);
+    return r2 / b2;
+  };
+  const double r_x = relative_residual(solution);
+  if (!periodic) {
+    if (r_x > threshold)
+      for (int i = 0; i < n; ++i) solution[i] = 0.0;
+    return;
+  }
+  const double r_x0 = relative_residual(periodic);
+  write_check("   r_x = %e, r_x0 = %e, b2 = %e\n", r_x, r_x0, b2);
+  if (r_x0 != 1.0 && r_x0 < 0.5 * r_x) {
+    write_report(run_files().print_out->stream, "*** set periodic initial value ***\n");
+    std::copy(periodic, periodic + n, solution);
+  }
 }
 
 void record_solve_result(const SOLVE_RESULT &result) {

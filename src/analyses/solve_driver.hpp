@@ -42,11 +42,13 @@ void stop_at_nan(double residual);
 // The start of a linear step's iteration: the previous solution unless it is a bad guess, that
 // is unless |b - A x|^2 / |b|^2 (in the scaled system when the matrix is scaled) exceeds the
 // threshold, in which case it starts from zero. A right-hand side of squared norm below 1e-20
-// leaves the start as it is.
+// leaves the start as it is. With a periodic start (the solution one period before, kept by the
+// TP_STEP option) the two are compared instead: the periodic one is taken when its relative
+// residual is below half the previous solution's.
 inline constexpr double linear_start_threshold = 1000.0;
 inline constexpr double nonlinear_start_threshold = 100000.0;
 void choose_initial_value(const SPARSE_MATRIX &matrix, const double *rhs, double *solution, int n,
-                          double threshold);
+                          double threshold, const double *periodic = nullptr);
 
 // One solve's entry in the JSON results under "ICCG": converged flag, iteration of the solution
 // returned and its relative residual. A solve in which no method ran has none.

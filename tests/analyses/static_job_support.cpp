@@ -23,7 +23,8 @@ std::string static_deck(const STATIC_DECK &d) {
   if (ac) {
     s << d.frequency_card << "\n" << d.phase_card << "\n";
   } else {
-    s << d.no_steps << " 0.0 " << d.delta_time << " 0 0 0 0 0 0 0\n"; // NO_STEPS INITIAL_TIME DELTA_TIME ...
+    s << d.no_steps << " 0.0 " << d.delta_time << " 0 " << d.cycle << " 0 0 0 " << d.tp_step
+      << " 0\n"; // NO_STEPS INITIAL_TIME DELTA_TIME NO_DATA CYCLE N_CORRECT N_BACK TP_EEC_OPTION TP_STEP ...
     s << "1 " << (d.last_output_step ? d.last_output_step : d.no_steps) << " 1 3 0 0 0\n"; // output steps
   }
   s << d.input_mesh_file << " 0 0 0\n"; // INPUT_MESH_FILE UNIT NO_MESH MESHLESS

@@ -26,6 +26,7 @@ struct STATIC_DECK {
   std::string coil_elements; // the element cards of one COIL source
   int no_coil_elements = 1;
   int no_steps = 1;
+  int cycle = 0, tp_step = 0; // CYCLE and TP_STEP of the time card
   int post_data_file = 1;
   int mesh_post = 0;                        // MESH of the post selection: the geometry file
   int magnetization = 0;                    // MAGNETIZATION of the post selection: M = B/mu0 - H after B
