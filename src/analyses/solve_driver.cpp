@@ -136,10 +136,11 @@ public:
       have_previous_ = done > 0;
       if (have_previous_) open_ffile(files_[1 - writing_], "r");
     }
-    if (!have_previous_ || done + 1 <= cycle_) return nullptr;
+    if (!have_previous_) return nullptr;
+    // Every step reads its record, so that the file stays at the step's place in the period.
     if (read_blocks(start_.data(), sizeof(double), static_cast<std::uint64_t>(n_), files_[1 - writing_]) != 1)
       return nullptr;
-    return start_.data();
+    return done + 1 <= cycle_ ? nullptr : start_.data();
   }
   // After the step: its solution joins the period being written.
   void after_step(const double *solution) {
