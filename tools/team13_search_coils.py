@@ -36,55 +36,11 @@ import argparse
 import os
 import sys
 
+from nastran_mesh import read_nastran_mesh
+
 MM = 1.0e-3  # the table's unit, in the mesh's metres
 AXES = {"x": 0, "y": 1, "z": 2}
 SURFACE_TOL = 1.0e-7  # m: a box face closer than this to a section plane lies on it
-
-
-def nastran_fields(line):
-    """The fields of one NASTRAN line: free fields between commas, or small fields of eight
-    columns."""
-    if "," in line:
-        fields = [f.strip() for f in line.rstrip("\n").split(",")]
-        if len(fields) > 1 and fields[-1][:1] == "+":  # the name of the continuation line
-            fields.pop()
-        return fields
-    text = line.rstrip("\n")
-    return [text[i : i + 8].strip() for i in range(0, min(len(text), 72), 8)]
-
-
-def nastran_real(text):
-    """A NASTRAN real, including the exponent without its letter ("1.5-3")."""
-    t = text.strip().upper().replace("D", "E")
-    if "E" not in t:
-        for k in range(len(t) - 1, 0, -1):
-            if t[k] in "+-":
-                t = t[:k] + "E" + t[k:]
-                break
-    return float(t)
-
-
-def read_nastran_mesh(path):
-    """GRID points by number and CHEXA/CTETRA elements by number: (property, node numbers)."""
-    points = {}
-    elements = {}
-    cards = []
-    with open(path) as f:
-        for line in f:
-            if line.startswith("$") or not line.strip():
-                continue
-            if line[0] in "+*" and cards:  # a continuation line carries on the card
-                cards[-1] += nastran_fields(line)[1:]
-            else:
-                cards.append(nastran_fields(line))
-    for c in cards:
-        name = c[0].rstrip("*")
-        if name == "GRID":
-            points[int(c[1])] = tuple(nastran_real(c[k]) for k in (3, 4, 5))
-        elif name in ("CHEXA", "CTETRA", "CPENTA"):
-            nodes = [int(v) for v in c[3:] if v]
-            elements[int(c[1])] = (int(c[2]), nodes)
-    return points, elements
 
 
 def read_unv_element_values(path, data_set=56):
