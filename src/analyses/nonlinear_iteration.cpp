@@ -312,6 +312,13 @@ void update_coil_field(NONLINEAR_WORK &work) {
 
 } // namespace
 
+void keep_linear_matrix(NONLINEAR_WORK &work, const SPARSE_MATRIX &matrix) {
+  if (work.linear_lower.size() != std::max(matrix.size, 1))
+    work.linear_lower = TaggedArray<double>(std::max(matrix.size, 1), "sparse_matrix->matrix_lower");
+  std::memcpy(work.linear_lower.data(), matrix.matrix_lower,
+              sizeof(double) * static_cast<std::size_t>(matrix.size));
+}
+
 void subtract_element_residuals(NONLINEAR_WORK &work, const double *x, double weight, double *rhs) {
   if (work.elements.empty() || weight == 0.0) return;
   const auto start = std::chrono::steady_clock::now();
@@ -512,11 +519,10 @@ NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_
   if (nl.init_option == 1) std::fill(x, x + n, 0.0);
   // The matrix of the linear elements, read from its file by the first step only; each iteration
   // adds the Jacobian to a copy of its values.
-  SPARSE_MATRIX *matrix = work.linear_lower.size() == 0 ? load_matrix(equation) : equation.t_matrix;
+  SPARSE_MATRIX *matrix = equation.t_matrix;
   if (work.linear_lower.size() == 0) {
-    work.linear_lower = TaggedArray<double>(std::max(matrix->size, 1), "sparse_matrix->matrix_lower");
-    std::memcpy(work.linear_lower.data(), matrix->matrix_lower,
-                sizeof(double) * static_cast<std::size_t>(matrix->size));
+    matrix = load_matrix(equation);
+    keep_linear_matrix(work, *matrix);
   }
   // A transient step starts from the previous solution unless that is a bad guess for the
   // linear part of its system.

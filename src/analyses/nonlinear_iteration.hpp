@@ -65,9 +65,14 @@ struct NEWTON_RESULT {
 // One step: equation.RHS holds the step's right-hand side (the source load; in a transient step
 // also r x_old and the conductors' source terms), equation.solution the start (the previous step's
 // solution) and, on return, the new solution. The matrix of the linear elements is read from its
-// file when work.linear_lower is empty (the first step, and a transient run's new interval).
+// file when work.linear_lower is empty (the first step of a static run); a transient run keeps
+// each interval's matrix by keep_linear_matrix.
 NEWTON_RESULT loop_of_non_linear_iteration(SYSTEM_EQUATION &equation, NONLINEAR_WORK &work,
                                            SOLVE_FIGURES &figures, int step);
+
+// Keeps the matrix's values, as just read from its file, as the linear elements' matrix that
+// each iteration starts from.
+void keep_linear_matrix(NONLINEAR_WORK &work, const SPARSE_MATRIX &matrix);
 
 // rhs -= weight times the nonlinear elements' residuals (the integrals of curl N . H(B)) at x,
 // with the coils' field at their present amplitudes: the old step's part of a transient step

@@ -200,10 +200,10 @@ void one_transient_step(SYSTEM_EQUATION &equation, TRANSIENT_STATE &state, SOLVE
     make_r_t_matrices(run_files().system_matrices, state.theta, delta_t, state.r_matrix.data(),
                       equation.t_matrix->matrix_lower);
     equation.t_matrix_loaded = 0;
-    if (nonlinear) nonlinear->linear_lower.release(); // the loop reads the interval's matrix
   }
-  // The Newton loop keeps the pattern between steps and its own copy of the values.
-  SPARSE_MATRIX *matrix = nonlinear && equation.t_matrix_loaded ? equation.t_matrix : load_matrix(equation);
+  // The Newton loop keeps the pattern between steps and its own copy of the interval's values.
+  SPARSE_MATRIX *matrix = nonlinear && !first_of_interval ? equation.t_matrix : load_matrix(equation);
+  if (nonlinear && first_of_interval) keep_linear_matrix(*nonlinear, *matrix);
   const SPARSE_PATTERN &pattern = matrix->pattern;
   matrix_vector_product(n, pattern.row_head_pointers, nullptr, pattern.columns, state.r_matrix.data(),
                         equation.solution, equation.RHS);
