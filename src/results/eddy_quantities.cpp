@@ -225,18 +225,36 @@ double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANS
   return loss;
 }
 
-std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part,
-                                                  const std::vector<EDDY_RATE> &states) {
-  std::map<int, double> by_id;
-  TRANSFORM_SCRATCH scratch;
+TaggedArray<double> element_losses(const MESHED_MODEL &first_part, const std::vector<EDDY_RATE> &states) {
+  std::vector<const V_ELEMENT *> elements;
   for (const MESHED_MODEL *part = &first_part; part; part = part->next)
-    for (int k = 0; k < part->no_v_elements; ++k) {
-      const V_ELEMENT &element = part->v_elements[k];
-      if (conducting(element)) by_id[element.mat_id] += mean_loss(element, states, scratch);
+    for (int k = 0; k < part->no_v_elements; ++k) elements.push_back(&part->v_elements[k]);
+  const int count = static_cast<int>(elements.size());
+  TaggedArray<double> losses(std::max(count, 1), "element losses in the post stage");
+  double *out = losses.data();
+#pragma omp parallel
+  {
+    TRANSFORM_SCRATCH scratch; // each thread its own
+#pragma omp for schedule(dynamic, 256)
+    for (int e = 0; e < count; ++e) {
+      const V_ELEMENT &element = *elements[static_cast<std::size_t>(e)];
+      if (conducting(element)) out[e] = mean_loss(element, states, scratch);
     }
-  std::vector<MATERIAL_LOSS> losses;
-  for (const auto &[id, loss] : by_id) losses.push_back(MATERIAL_LOSS{id, loss});
+  }
   return losses;
+}
+
+std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part, const double *losses) {
+  std::map<int, double> by_id;
+  std::int64_t e = 0;
+  for (const MESHED_MODEL *part = &first_part; part; part = part->next)
+    for (int k = 0; k < part->no_v_elements; ++k, ++e) {
+      const V_ELEMENT &element = part->v_elements[k];
+      if (conducting(element)) by_id[element.mat_id] += losses[e];
+    }
+  std::vector<MATERIAL_LOSS> materials;
+  for (const auto &[id, loss] : by_id) materials.push_back(MATERIAL_LOSS{id, loss});
+  return materials;
 }
 
 void report_joule_loss(const std::vector<MATERIAL_LOSS> &losses, bool print, bool cycle_average) {
@@ -287,19 +305,19 @@ void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const M
 }
 
 void heat_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
-                 const std::vector<EDDY_RATE> &states, int step, double time) {
+                 const double *losses, int step, double time) {
   const CONTROL_DATA &control = control_data();
   const CHAIN_OFFSETS o = chain_offsets(first_part);
   writer.set_counts(out, o.no_elements, 2, 0, 0);
   writer.step_start(out, step, post_heat_elements, time);
   if (control.ELEM_OUT) {
     writer.element_block_start(out, step, post_heat_elements, time, "HEAT - Q, Q*V", 2);
-    TRANSFORM_SCRATCH scratch;
+    std::int64_t e = 0;
     for (const MESHED_MODEL *part = &first_part; part; part = part->next)
-      for (int k = 0; k < part->no_v_elements; ++k) {
+      for (int k = 0; k < part->no_v_elements; ++k, ++e) {
         const V_ELEMENT &element = part->v_elements[k];
         if (!selected(element) || !conducting(element)) continue;
-        const double loss = mean_loss(element, states, scratch);
+        const double loss = losses[e];
         const double values[2] = {element.volume > 0.0 ? loss / element.volume : 0.0, loss};
         writer.element_value_row(out, element.id, 2, values, element.type->no_nodes);
       }

@@ -54,15 +54,18 @@ struct EDDY_RATE {
 // The integral of J . E over a conducting element (W), by its Gauss points; 0 elsewhere.
 double element_joule_loss(const V_ELEMENT &element, const EDDY_RATE &rate, TRANSFORM_SCRATCH &scratch);
 
-// The Joule loss of each conducting material of the chain, by material id, averaged over the
-// given states with equal weights (one state: instantaneous; two states a quarter period apart:
-// the cycle average of an AC phasor, their mean being half the sum of |Re E|^2 and |Im E|^2).
+// The Joule loss of every volume element of the chain (W, chain order, 0 where it does not
+// conduct), averaged over the given states with equal weights (one state: instantaneous; two
+// states a quarter period apart: the cycle average of an AC phasor, their mean being half the
+// sum of |Re E|^2 and |Im E|^2). Made once per output state, for the table and the heat file.
+TaggedArray<double> element_losses(const MESHED_MODEL &first_part, const std::vector<EDDY_RATE> &states);
+
+// The Joule loss of each conducting material of the chain, by material id, from the elements'.
 struct MATERIAL_LOSS {
   int mat_id = 0;
   double loss = 0.0; // W
 };
-std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part,
-                                                  const std::vector<EDDY_RATE> &states);
+std::vector<MATERIAL_LOSS> joule_loss_by_material(const MESHED_MODEL &first_part, const double *losses);
 
 // The Joule totals in `output` (the HEAT report; the cycle-average heading in AC) and, always, in
 // the JSON results: "HEAT" "JOULE" per material id, and the total under index 0.
@@ -73,8 +76,8 @@ void report_joule_loss(const std::vector<MATERIAL_LOSS> &losses, bool print, boo
 void current_density_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
                             const EDDY_RATE &rate, int step, double time);
 // The Joule heat data set ("HEAT"): per selected conducting element its mean heat density and its
-// loss (Q, Q*V), when ELEM_OUT is on. `states` as for joule_loss_by_material.
+// loss (Q, Q*V), when ELEM_OUT is on, from the elements' losses.
 void heat_output(POST_STREAM &out, const POST_WRITER &writer, const MESHED_MODEL &first_part,
-                 const std::vector<EDDY_RATE> &states, int step, double time);
+                 const double *losses, int step, double time);
 
 } // namespace tesmora

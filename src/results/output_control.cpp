@@ -127,11 +127,11 @@ void report_outputs_not_built(const CONTROL_DATA &control) {
           output, "**** The %s report is not part of this build of the program; it is skipped. ****\n", name);
 }
 
-// The post data sets of one state: B (and M) of the solution, and in an eddy-current job J, E
-// the Joule heat of the rates. `heat_states` are the states whose mean heat is written (the
-// rate itself in a transient step, two quarter-period states for the cycle average of AC).
+// The post data sets of one state: B (and M) of the solution, and in an eddy-current job J of the
+// rates and the elements' Joule losses (the rate's own in a transient step, the cycle average in
+// AC).
 void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_MODEL &first_part,
-                     const double *solution, const EDDY_RATE *rate, const std::vector<EDDY_RATE> &heat_states,
+                     const double *solution, const EDDY_RATE *rate, const double *losses,
                      COIL_FIELD_SHAPES &coil_shapes, int step, double time) {
   const CONTROL_DATA &control = control_data();
   if (control.POST_DATA_FILE == 0) return;
@@ -147,7 +147,7 @@ void write_post_step(POST_FILES &files, const POST_FORMAT &format, const MESHED_
   }
   if (!rate) return;
   if (files.to_current) current_density_output(files.to_current->out, writer, first_part, *rate, step, time);
-  if (files.to_heat) heat_output(files.to_heat->out, writer, first_part, heat_states, step, time);
+  if (files.to_heat) heat_output(files.to_heat->out, writer, first_part, losses, step, time);
 }
 
 [[noreturn]] void stop_at_missing_step(int step) {
@@ -234,11 +234,12 @@ void transient_output_control(MESHED_MODEL &first_part, const POST_FORMAT &forma
       write_step_report(step, time);
       const EDDY_RATE state{rate, source_rates.data(), coil_potentials.get()};
       const EDDY_RATE *eddy_rate = eddy ? &state : nullptr;
-      const std::vector<EDDY_RATE> heat_states =
-          eddy ? std::vector<EDDY_RATE>{state} : std::vector<EDDY_RATE>{};
-      if (eddy)
-        report_joule_loss(joule_loss_by_material(first_part, heat_states), control.print.HEAT != 0, false);
-      write_post_step(files, format, first_part, solution, eddy_rate, heat_states, coil_shapes, step, time);
+      TaggedArray<double> losses;
+      if (eddy) {
+        losses = element_losses(first_part, {state});
+        report_joule_loss(joule_loss_by_material(first_part, losses.data()), control.print.HEAT != 0, false);
+      }
+      write_post_step(files, format, first_part, solution, eddy_rate, losses.data(), coil_shapes, step, time);
     }
     if (eddy) {
       for (int i = 0; i < n; ++i) previous[i] = solution[i];
@@ -294,7 +295,8 @@ void AC_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format) {
   const COIL_POTENTIALS coil_potentials(first_part);
   const std::vector<EDDY_RATE> cycle{EDDY_RATE{rates, source_rates[0].data(), &coil_potentials},
                                      EDDY_RATE{rates + n, source_rates[1].data(), &coil_potentials}};
-  report_joule_loss(joule_loss_by_material(first_part, cycle), control.print.HEAT != 0, true);
+  const TaggedArray<double> losses = element_losses(first_part, cycle);
+  report_joule_loss(joule_loss_by_material(first_part, losses.data()), control.print.HEAT != 0, true);
   const OUTPUT_PHASES &phases = control.output_phases;
   int phase_step = 0;
   // A tolerance of a millionth of the interval keeps the last phase despite rounding.
@@ -309,7 +311,8 @@ void AC_output_control(MESHED_MODEL &first_part, const POST_FORMAT &format) {
     ++phase_step;
     write_step_report(phase_step, phase);
     const EDDY_RATE state{solution + n, source_rate.data(), &coil_potentials};
-    write_post_step(files, format, first_part, solution, &state, cycle, coil_shapes, phase_step, phase);
+    write_post_step(files, format, first_part, solution, &state, losses.data(), coil_shapes, phase_step,
+                    phase);
   }
   close_all_post_files(files);
   free_named(c_solution, "c_solution in AC_output_control");
